@@ -1,0 +1,176 @@
+// VELK_Common: the static helpers every VELK provider calls.
+//
+// Property and instance access, date and time conversion, the system identity
+// calls to the internal cache object, object path matching and the event-log
+// record helpers. No member keeps state between calls.
+#ifndef VELK_Common_h
+#define VELK_Common_h
+
+#include <ctime>
+
+#include <Pegasus/Common/Config.h>
+#include <Pegasus/Common/String.h>
+#include <Pegasus/Common/Array.h>
+#include <Pegasus/Common/CIMName.h>
+#include <Pegasus/Common/CIMType.h>
+#include <Pegasus/Common/CIMValue.h>
+#include <Pegasus/Common/CIMDateTime.h>
+#include <Pegasus/Common/CIMObjectPath.h>
+#include <Pegasus/Common/CIMObject.h>
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMClass.h>
+#include <Pegasus/Common/CIMParamValue.h>
+#include <Pegasus/Common/CIMPropertyList.h>
+#include <Pegasus/Common/OperationContext.h>
+#include <Pegasus/Common/ResponseHandler.h>
+#include <Pegasus/Provider/CIMOMHandle.h>
+
+#include <velkapi.h>
+
+PEGASUS_NAMESPACE_BEGIN
+
+// ---- association and dispatch types (VELK_CommonAssociation.cpp) ----
+// BEGIN association declarations (types)
+// END association declarations (types)
+
+class VELK_Common
+{
+public:
+    // ---- reading from instances, paths and parameter lists ----
+    static CIMValue getPropertyValue(const CIMInstance& instance,
+        const String& propertyName);
+    static String getStringProperty(const CIMInstance& instance,
+        const String& propertyName);
+    static String getStringProperty(const CIMObjectPath& path,
+        const String& keyName);
+
+    static int getProperty(const CIMInstance& instance,
+        const String& propertyName, CIMObjectPath& value);
+    static int getProperty(const CIMInstance& instance,
+        const String& propertyName, Array<String>& value);
+    static int getProperty(const CIMInstance& instance,
+        const String& propertyName, Array<Sint32>& value);
+    static int getProperty(const CIMInstance& instance,
+        const String& propertyName, Array<Uint16>& value);
+    static int getProperty(const CIMInstance& instance,
+        const String& propertyName, Uint64& value);
+    static int getProperty(const CIMInstance& instance,
+        const String& propertyName, Uint32& value);
+    static int getProperty(const CIMInstance& instance,
+        const String& propertyName, Uint16& value);
+    static int getProperty(const CIMInstance& instance,
+        const String& propertyName, Uint8& value);
+    static int getProperty(const CIMInstance& instance,
+        const String& propertyName, Boolean& value);
+    static int getProperty(const CIMInstance& instance,
+        const String& propertyName, CIMDateTime& value);
+
+    static int getParameter(const Array<CIMParamValue>& inParams,
+        const String& paramName, Uint8& value);
+    static int getParameter(const Array<CIMParamValue>& inParams,
+        const String& paramName, Uint16& value);
+    static int getParameter(const Array<CIMParamValue>& inParams,
+        const String& paramName, Array<Uint16>& value);
+    static int getParameter(const Array<CIMParamValue>& inParams,
+        const String& paramName, Uint32& value);
+    static int getParameter(const Array<CIMParamValue>& inParams,
+        const String& paramName, Uint64& value);
+    static int getParameter(const Array<CIMParamValue>& inParams,
+        const String& paramName, Boolean& value);
+    static int getParameter(const Array<CIMParamValue>& inParams,
+        const String& paramName, CIMDateTime& value);
+    static int getParameter(const Array<CIMParamValue>& inParams,
+        const String& paramName, CIMObjectPath& value);
+    static int getParameter(const Array<CIMParamValue>& inParams,
+        const String& paramName, String& value);
+    static int getParameter(const Array<CIMParamValue>& inParams,
+        const String& paramName, Array<String>& value);
+
+    // ---- writing into instances (a setter never adds a property) ----
+    static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
+        const String& value);
+    static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
+        const Boolean& value);
+    static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
+        const Uint8& value);
+    static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
+        const Uint16& value);
+    static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
+        const Uint32& value);
+    static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
+        const Uint64& value);
+    static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
+        const Sint16& value);
+    static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
+        const Array<String>& value);
+    static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
+        const Array<Uint16>& value);
+    static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
+        const Array<Sint32>& value);
+    static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
+        const Array<Uint64>& value);
+    static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
+        const Array<Boolean>& value);
+    static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
+        const Array<CIMDateTime>& value);
+    static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
+        const CIMObjectPath& value);
+    static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
+        const CIMDateTime& value);
+    // Replaces the property by an embedded-instance property placed last.
+    static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
+        const CIMInstance& value);
+    static void setPropertyValueToNull(CIMInstance& instance,
+        CIMName propertyName, CIMType type);
+
+    // ---- instances and classes ----
+    static CIMInstance buildInstanceSkeleton(const CIMClass& cimClass);
+    static CIMClass getStoredCIMClass(CIMOMHandle& handle,
+        const OperationContext& context, const CIMNamespaceName& nameSpace,
+        const CIMName& className, Boolean localOnly,
+        Boolean includeQualifiers, Boolean includeClassOrigin,
+        const CIMPropertyList& propertyList);
+
+    // ---- date and time ----
+    static CIMDateTime getCIMDateTime(long t);
+    static long getDateTime(const CIMDateTime& dateTime);
+    static int _formatDateTime(const char* text, struct tm* out);
+    static String getTimeZone();
+
+    // ---- system identity (the internal cache object) ----
+    static CIMObjectPath buildInternalCacheObjectPath(const String& host,
+        const String& name);
+    static CIMValue invokeMethod(const CIMNamespaceName& nameSpace,
+        const CIMObjectPath& instanceName, const CIMName& methodName,
+        const Array<CIMParamValue>& inParameters,
+        Array<CIMParamValue>& outParameters);
+    static String getSystemName(CIMOMHandle& cimom);
+    static String getSystemName();
+    static String getSystemHostName(CIMOMHandle& cimom);
+
+    // ---- object paths ----
+    static Boolean matchObjectPath(const CIMObjectPath& path1,
+        const CIMObjectPath& path2);
+
+    // ---- remote copy ----
+    static String RCTargetToSysname(const api_rcopy_t& rcopy,
+        const String& name);
+
+    // ---- event-log record ----
+    static int setEventParam(api_evtparam_t* eventp, const char* className,
+        const char* method, const char* op, const char* user,
+        const char* addr);
+    static int setEventParam(api_evtparam_t* eventp, const char* className,
+        const char* method, const char* op, const char* user,
+        const char* addr, const char* evtText);
+    static int setEventOp(api_evtparam_t* eventp, const char* op);
+
+    // ---- association builders, response dispatch, InstanceID parts
+    //      (VELK_CommonAssociation.cpp) ----
+    // BEGIN association declarations (members)
+    // END association declarations (members)
+};
+
+PEGASUS_NAMESPACE_END
+
+#endif
