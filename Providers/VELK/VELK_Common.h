@@ -31,6 +31,28 @@ PEGASUS_NAMESPACE_BEGIN
 
 // ---- association and dispatch types (VELK_CommonAssociation.cpp) ----
 // BEGIN association declarations (types)
+// The operation a shared code path is serving; selects the handler member
+// and the form of each delivered result.
+enum cim_method_e
+{
+    VELKCIM_ASSOCIATORS = 0,
+    VELKCIM_ASSOCIATORNAMES = 1,
+    VELKCIM_REFERENCES = 2,
+    VELKCIM_REFERENCENAMES = 3,
+    VELKCIM_GETINSTANCE = 4,
+    VELKCIM_ENUMERATEINSTANCES = 5,
+    VELKCIM_ENUMERATEINSTANCENAMES = 6
+};
+
+// The caller's response handler; the valid member follows from the
+// cim_method_e passed beside it. Does not own the handler.
+union cim_handler_u
+{
+    ResponseHandler* response;
+    InstanceResponseHandler* instanceResponse;        // GETINSTANCE, ENUMERATEINSTANCES
+    ObjectPathResponseHandler* objectPathResponse;    // *NAMES
+    ObjectResponseHandler* objectResponse;            // ASSOCIATORS, REFERENCES
+};
 // END association declarations (types)
 
 class VELK_Common
@@ -168,6 +190,40 @@ public:
     // ---- association builders, response dispatch, InstanceID parts
     //      (VELK_CommonAssociation.cpp) ----
     // BEGIN association declarations (members)
+    // processing(), complete() and deliver() on the handler that `method`
+    // selects; a value outside cim_method_e does nothing.
+    static void handleProcessing(cim_handler_u handler, cim_method_e method);
+    static void handleComplete(cim_handler_u handler, cim_method_e method);
+    // Delivers the instance, a CIMObject of it, or only its path, as the
+    // operation requires.
+    static void handleDeliver(cim_handler_u handler, cim_method_e method,
+        const CIMInstance& instance);
+
+    // Path of a two-ended association: keys assocName1 then assocName2,
+    // reference values with their hosts replaced.
+    static CIMObjectPath buildAssocPath(const CIMName& assocClass,
+        const String& assocName1, const String& assocName2,
+        const CIMObjectPath& assocPath1, const CIMObjectPath& assocPath2,
+        const String& hostAddress, const String& nameSpace);
+    static CIMObjectPath buildAssocPath(const CIMName& assocClass,
+        const String& assocName1, const String& assocName2,
+        const CIMObjectPath& assocPath1, const CIMObjectPath& assocPath2,
+        const String& hostAddress1, const String& hostAddress2,
+        const String& localAddress, const String& nameSpace);
+    static CIMInstance buildAssocInstance(const CIMName& assocClass,
+        const String& assocName1, const String& assocName2,
+        const CIMObjectPath& assocPath1, const CIMObjectPath& assocPath2,
+        const CIMClass& classSkeleton, const String& hostAddress,
+        const String& nameSpace);
+    static CIMInstance buildAssocInstance(const CIMName& assocClass,
+        const String& assocName1, const String& assocName2,
+        const CIMObjectPath& assocPath1, const CIMObjectPath& assocPath2,
+        const CIMClass& classSkeleton, const String& hostAddress1,
+        const String& hostAddress2, const String& localAddress,
+        const String& nameSpace);
+
+    // What follows the first "KORVANE:" of an InstanceID; "" without it.
+    static String extractFromInstanceID(const String& instanceID);
     // END association declarations (members)
 };
 
