@@ -1,0 +1,99 @@
+#ifndef Pegasus_CIMParameter_h
+#define Pegasus_CIMParameter_h
+
+#include <Pegasus/Common/Config.h>
+#include <Pegasus/Common/Linkage.h>
+#include <Pegasus/Common/String.h>
+#include <Pegasus/Common/CIMName.h>
+#include <Pegasus/Common/CIMType.h>
+#include <Pegasus/Common/Array.h>
+#include <Pegasus/Common/CIMQualifier.h>
+
+PEGASUS_NAMESPACE_BEGIN
+
+class CIMConstParameter;
+class CIMParameterRep;
+
+// A parameter of a method declaration. Handle: copies share one
+// representation; clone() copies deeply.
+class PEGASUS_COMMON_LINKAGE CIMParameter
+{
+public:
+    CIMParameter();
+    CIMParameter(const CIMParameter& x);
+    CIMParameter(
+        const CIMName& name,
+        CIMType type,
+        Boolean isArray = false,
+        Uint32 arraySize = 0,
+        const CIMName& referenceClassName = CIMName());
+    ~CIMParameter();
+    CIMParameter& operator=(const CIMParameter& x);
+
+    const CIMName& getName() const;
+    void setName(const CIMName& name);
+    Boolean isArray() const;
+    Uint32 getArraySize() const;
+    const CIMName& getReferenceClassName() const;
+    CIMType getType() const;
+
+    CIMParameter& addQualifier(const CIMQualifier& x);
+    Uint32 findQualifier(const CIMName& name) const;
+    CIMQualifier getQualifier(Uint32 index);
+    CIMConstQualifier getQualifier(Uint32 index) const;
+    void removeQualifier(Uint32 index);
+    Uint32 getQualifierCount() const;
+
+    Boolean isUninitialized() const;
+    Boolean identical(const CIMConstParameter& x) const;
+    CIMParameter clone() const;
+
+private:
+    CIMParameterRep* _rep;
+
+    friend class CIMConstParameter;
+    friend struct CIMRepAccess;
+};
+
+// Read-only view of a parameter.
+class PEGASUS_COMMON_LINKAGE CIMConstParameter
+{
+public:
+    CIMConstParameter();
+    CIMConstParameter(const CIMConstParameter& x);
+    CIMConstParameter(const CIMParameter& x);
+    CIMConstParameter(
+        const CIMName& name,
+        CIMType type,
+        Boolean isArray = false,
+        Uint32 arraySize = 0,
+        const CIMName& referenceClassName = CIMName());
+    ~CIMConstParameter();
+    CIMConstParameter& operator=(const CIMConstParameter& x);
+    CIMConstParameter& operator=(const CIMParameter& x);
+
+    const CIMName& getName() const;
+    Boolean isArray() const;
+    Uint32 getArraySize() const;
+    const CIMName& getReferenceClassName() const;
+    CIMType getType() const;
+
+    Uint32 findQualifier(const CIMName& name) const;
+    CIMConstQualifier getQualifier(Uint32 index) const;
+    Uint32 getQualifierCount() const;
+
+    Boolean isUninitialized() const;
+    Boolean identical(const CIMConstParameter& x) const;
+    CIMParameter clone() const;
+
+private:
+    CIMParameterRep* _rep;
+
+    friend class CIMParameter;
+    friend struct CIMRepAccess;
+};
+
+
+PEGASUS_NAMESPACE_END
+
+#endif
