@@ -1,0 +1,49 @@
+// The controller log behind log_message: a file with a level threshold, and
+// an in-memory capture for tests.
+#ifndef VELKSIM_LOGGER_H
+#define VELKSIM_LOGGER_H
+
+#include "velkapi_control.hpp"
+
+#include <cstdio>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace velksim {
+
+class Logger {
+public:
+    static Logger& instance();
+
+    // One log_message call, already formatted.
+    void write(int level, const std::string& text);
+
+    void setLevel(int level);
+    int level();
+    void setFile(const std::string& path);
+    std::string file();
+
+    void setCapture(bool on);
+    std::vector<LogLine> lines(bool clear);
+
+    // Back to the settings of the environment, capture off and cleared.
+    void reset();
+
+private:
+    Logger();
+    ~Logger();
+    void closeFile();
+
+    std::mutex mutex_;
+    int level_ = 3;
+    std::string path_;
+    std::FILE* fp_ = nullptr;
+    bool openFailed_ = false;
+    bool capture_ = false;
+    std::vector<LogLine> lines_;
+};
+
+} // namespace velksim
+
+#endif
