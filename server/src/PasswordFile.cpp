@@ -1,0 +1,169 @@
+#include "PasswordFile.h"
+
+#include <crypt.h>
+#include <openssl/hmac.h>
+#include <openssl/rand.h>
+#include <openssl/crypto.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace cimhost
+{
+
+PasswordFile::PasswordFile(std::string path) : _path(std::move(path))
+{
+    if (RAND_bytes(_secret, sizeof(_secret)) != 1)
+        throw std::runtime_error("cannot get random bytes");
+}
+
+bool PasswordFile::validUserName(const std::string& user)
+{
+    if (user.empty())
+        return false;
+    for (char c : user)
+        if (c == ':' || c == '\n' || c == '\r' || c == '\0')
+            return false;
+    return true;
+}
+
+std::string PasswordFile::hash(const std::string& password)
+{
+    char salt[CRYPT_GENSALT_OUTPUT_SIZE];
+    if (!crypt_gensalt_rn("$y$", 0, nullptr, 0, salt, sizeof(salt)) &&
+        !crypt_gensalt_rn("$6$", 0, nullptr, 0, salt, sizeof(salt)))
+        throw std::runtime_error("cannot make a password salt");
+    std::unique_ptr<crypt_data> data(new crypt_data());
+    const char* out = crypt_r(password.c_str(), salt, data.get());
+    if (!out || out[0] == '*')
+        throw std::runtime_error("cannot hash the password");
+    return out;
+}
+
+std::map<std::string, std::string> PasswordFile::readEntries() const
+{
+    std::map<std::string, std::string> entries;
+    std::ifstream in(_path);
+    std::string line;
+    while (std::getline(in, line))
+    {
+        if (!line.empty() && line.back() == '\r')
+            line.pop_back();
+        if (line.empty() || line[0] == '#')
+            continue;
+        size_t colon = line.find(':');
+        if (colon == std::string::npos || colon == 0)
+            continue;
+        entries[line.substr(0, colon)] = line.substr(colon + 1);
+    }
+    return entries;
+}
+
+void PasswordFile::writeEntries(const std::map<std::string, std::string>& entries) const
+{
+    std::string tmp = _path + ".tmp." + std::to_string(::getpid());
+    mode_t old = ::umask(077);
+    std::FILE* f = std::fopen(tmp.c_str(), "w");
+    ::umask(old);
+    if (!f)
+        throw std::runtime_error("cannot write " + tmp + ": " + std::strerror(errno));
+    for (const auto& e : entries)
+        std::fprintf(f, "%s:%s\n", e.first.c_str(), e.second.c_str());
+    bool ok = std::fflush(f) == 0 && ::fsync(fileno(f)) == 0;
+    ok = (std::fclose(f) == 0) && ok;
+    if (!ok || ::rename(tmp.c_str(), _path.c_str()) != 0)
+    {
+        ::unlink(tmp.c_str());
+        throw std::runtime_error("cannot write " + _path + ": " + std::strerror(errno));
+    }
+}
+
+void PasswordFile::reloadIfChanged()
+{
+    struct stat st;
+    if (::stat(_path.c_str(), &st) != 0)
+    {
+        _entries.clear();
+        _verified.clear();
+        _loaded = true;
+        _size = -1;
+        return;
+    }
+    if (_loaded && st.st_mtim.tv_sec == _mtime && st.st_mtim.tv_nsec == _mtimeNsec &&
+        st.st_size == _size)
+        return;
+    _entries = readEntries();
+    _verified.clear();
+    _loaded = true;
+    _mtime = st.st_mtim.tv_sec;
+    _mtimeNsec = st.st_mtim.tv_nsec;
+    _size = st.st_size;
+}
+
+std::string PasswordFile::cacheKey(const std::string& user, const std::string& password) const
+{
+    std::string message = user + '\0' + password;
+    unsigned char mac[EVP_MAX_MD_SIZE];
+    unsigned int len = 0;
+    HMAC(EVP_sha256(), _secret, sizeof(_secret),
+        reinterpret_cast<const unsigned char*>(message.data()), message.size(), mac, &len);
+    return std::string(reinterpret_cast<const char*>(mac), len);
+}
+
+bool PasswordFile::verify(const std::string& user, const std::string& password)
+{
+    std::string stored;
+    std::string key = cacheKey(user, password);
+    {
+        std::lock_guard<std::mutex> lock(_mutex);
+        reloadIfChanged();
+        auto it = _entries.find(user);
+        if (it == _entries.end())
+            return false;
+        if (_verified.count(key))
+            return true;
+        stored = it->second;
+    }
+    if (stored.empty() || stored[0] == '!' || stored[0] == '*')
+        return false;
+    std::unique_ptr<crypt_data> data(new crypt_data());
+    const char* out = crypt_r(password.c_str(), stored.c_str(), data.get());
+    if (!out || std::strlen(out) != stored.size() ||
+        CRYPTO_memcmp(out, stored.data(), stored.size()) != 0)
+        return false;
+    std::lock_guard<std::mutex> lock(_mutex);
+    auto it = _entries.find(user);
+    if (it != _entries.end() && it->second == stored)
+        _verified.insert(key);
+    return true;
+}
+
+void PasswordFile::setPassword(const std::string& user, const std::string& password)
+{
+    if (!validUserName(user))
+        throw std::runtime_error("invalid user name: " + user);
+    std::lock_guard<std::mutex> lock(_mutex);
+    std::map<std::string, std::string> entries = readEntries();
+    entries[user] = hash(password);
+    writeEntries(entries);
+    _loaded = false;
+}
+
+bool PasswordFile::remove(const std::string& user)
+{
+    std::lock_guard<std::mutex> lock(_mutex);
+    std::map<std::string, std::string> entries = readEntries();
+    if (!entries.erase(user))
+        return false;
+    writeEntries(entries);
+    _loaded = false;
+    return true;
+}
+
+} // namespace cimhost

@@ -1,0 +1,59 @@
+// The password file of cimhost: one "user:hash" line per user, the hash made
+// by crypt(3) with a yescrypt salt (sha512-crypt where yescrypt is not
+// available). Verification results are cached in memory (keyed by an HMAC
+// with a per-process secret, never the password itself) until the file
+// changes, so that repeated requests do not pay for the hash every time.
+#ifndef CIMHOST_PASSWORD_FILE_H
+#define CIMHOST_PASSWORD_FILE_H
+
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <sys/types.h>
+
+namespace cimhost
+{
+
+class PasswordFile
+{
+public:
+    explicit PasswordFile(std::string path);
+
+    const std::string& path() const { return _path; }
+
+    // True when the user exists and the password matches. Re-reads the file
+    // when it changed since the last call.
+    bool verify(const std::string& user, const std::string& password);
+
+    // Adds the user or replaces its password; the file is rewritten
+    // atomically with mode 0600. Throws std::runtime_error.
+    void setPassword(const std::string& user, const std::string& password);
+    // False when the user was not there.
+    bool remove(const std::string& user);
+
+    // A new crypt(3) hash of the password with a fresh salt.
+    static std::string hash(const std::string& password);
+    // True when the user name can be stored (no ':', no line breaks, not empty).
+    static bool validUserName(const std::string& user);
+
+private:
+    void reloadIfChanged();  // with _mutex held
+    std::map<std::string, std::string> readEntries() const;
+    void writeEntries(const std::map<std::string, std::string>& entries) const;
+    std::string cacheKey(const std::string& user, const std::string& password) const;
+
+    std::string _path;
+    std::mutex _mutex;
+    std::map<std::string, std::string> _entries;
+    std::set<std::string> _verified;
+    bool _loaded = false;
+    time_t _mtime = 0;
+    long _mtimeNsec = 0;
+    off_t _size = -1;
+    unsigned char _secret[32];
+};
+
+} // namespace cimhost
+
+#endif

@@ -1,0 +1,898 @@
+#include "Router.h"
+#include "Logger.h"
+#include "ResponseCollectors.h"
+
+#include <cimhost/Repository.h>
+
+#include <Pegasus/Common/CIMDateTime.h>
+#include <Pegasus/Common/Exception.h>
+#include <Pegasus/Common/OperationContext.h>
+#include <Pegasus/Provider/CIMAssociationProvider.h>
+#include <Pegasus/Provider/CIMInstanceProvider.h>
+#include <Pegasus/Provider/CIMMethodProvider.h>
+
+#include <cctype>
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+#include <exception>
+
+using namespace Pegasus;
+
+namespace cimhost
+{
+
+namespace
+{
+
+std::string narrow(const String& s)
+{
+    return std::string(static_cast<const char*>(s.getCString()));
+}
+
+std::string lower(const String& s)
+{
+    std::string r = narrow(s);
+    for (char& c : r)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return r;
+}
+
+// Fresh context for one provider call: identity and languages of the request.
+OperationContext providerContext(const OperationContext& request)
+{
+    OperationContext context;
+    if (request.contains(IdentityContainer::NAME))
+        context.insert(request.get(IdentityContainer::NAME));
+    else
+        context.insert(IdentityContainer(String()));
+    if (request.contains(AcceptLanguageListContainer::NAME))
+        context.insert(request.get(AcceptLanguageListContainer::NAME));
+    else
+        context.insert(AcceptLanguageListContainer(AcceptLanguageList()));
+    if (request.contains(ContentLanguageListContainer::NAME))
+        context.insert(request.get(ContentLanguageListContainer::NAME));
+    else
+        context.insert(ContentLanguageListContainer(ContentLanguageList()));
+    return context;
+}
+
+// Runs a provider operation; every exception leaves as a CIMException.
+template <class F>
+void callProvider(F&& f)
+{
+    try
+    {
+        f();
+    }
+    catch (const CIMException&)
+    {
+        throw;
+    }
+    catch (const Exception& e)
+    {
+        throw CIMException(CIM_ERR_FAILED, e.getMessage());
+    }
+    catch (const std::exception& e)
+    {
+        throw CIMException(CIM_ERR_FAILED, String(e.what()));
+    }
+    catch (...)
+    {
+        throw CIMException(CIM_ERR_FAILED, String("Unknown error."));
+    }
+}
+
+template <class Interface>
+Interface* providerInterface(const ProviderManager::Lease& lease)
+{
+    Interface* p = dynamic_cast<Interface*>(lease.provider());
+    if (!p)
+        throw CIMException(CIM_ERR_NOT_SUPPORTED, String("Invalid provider interface."));
+    return p;
+}
+
+// ---- method parameter retyping
+
+[[noreturn]] void badValue(const String& param, CIMType type, const String& text)
+{
+    throw CIMException(CIM_ERR_INVALID_PARAMETER,
+        String(("value \"" + narrow(text) + "\" of parameter " + narrow(param) +
+            " is not a valid " + cimTypeToString(type)).c_str()));
+}
+
+bool parseSigned(const std::string& s, long long lo, long long hi, long long& out)
+{
+    if (s.empty() || std::isspace(static_cast<unsigned char>(s[0])))
+        return false;
+    errno = 0;
+    char* end = nullptr;
+    bool hex = s.size() > 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X');
+    long long v = std::strtoll(s.c_str(), &end, hex ? 16 : 10);
+    if (errno || *end || end == s.c_str() || v < lo || v > hi)
+        return false;
+    out = v;
+    return true;
+}
+
+bool parseUnsigned(const std::string& s, unsigned long long hi, unsigned long long& out)
+{
+    if (s.empty() || s[0] == '-' || std::isspace(static_cast<unsigned char>(s[0])))
+        return false;
+    errno = 0;
+    char* end = nullptr;
+    bool hex = s.size() > 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X');
+    unsigned long long v = std::strtoull(s.c_str(), &end, hex ? 16 : 10);
+    if (errno || *end || end == s.c_str() || v > hi)
+        return false;
+    out = v;
+    return true;
+}
+
+CIMValue scalarFromString(const String& param, CIMType type, const String& text)
+{
+    std::string s = narrow(text);
+    long long sv = 0;
+    unsigned long long uv = 0;
+    switch (type)
+    {
+    case CIMTYPE_BOOLEAN:
+        if (String::equalNoCase(text, "true"))
+            return CIMValue(Boolean(true));
+        if (String::equalNoCase(text, "false"))
+            return CIMValue(Boolean(false));
+        badValue(param, type, text);
+    case CIMTYPE_UINT8:
+        if (!parseUnsigned(s, 0xFFu, uv))
+            badValue(param, type, text);
+        return CIMValue(Uint8(uv));
+    case CIMTYPE_UINT16:
+        if (!parseUnsigned(s, 0xFFFFu, uv))
+            badValue(param, type, text);
+        return CIMValue(Uint16(uv));
+    case CIMTYPE_UINT32:
+        if (!parseUnsigned(s, 0xFFFFFFFFu, uv))
+            badValue(param, type, text);
+        return CIMValue(Uint32(uv));
+    case CIMTYPE_UINT64:
+        if (!parseUnsigned(s, ~0ull, uv))
+            badValue(param, type, text);
+        return CIMValue(Uint64(uv));
+    case CIMTYPE_SINT8:
+        if (!parseSigned(s, -128, 127, sv))
+            badValue(param, type, text);
+        return CIMValue(Sint8(sv));
+    case CIMTYPE_SINT16:
+        if (!parseSigned(s, -32768, 32767, sv))
+            badValue(param, type, text);
+        return CIMValue(Sint16(sv));
+    case CIMTYPE_SINT32:
+        if (!parseSigned(s, -2147483648LL, 2147483647LL, sv))
+            badValue(param, type, text);
+        return CIMValue(Sint32(sv));
+    case CIMTYPE_SINT64:
+        if (!parseSigned(s, -9223372036854775807LL - 1, 9223372036854775807LL, sv))
+            badValue(param, type, text);
+        return CIMValue(Sint64(sv));
+    case CIMTYPE_REAL32:
+    case CIMTYPE_REAL64:
+    {
+        if (s.empty() || std::isspace(static_cast<unsigned char>(s[0])))
+            badValue(param, type, text);
+        char* end = nullptr;
+        errno = 0;
+        double d = std::strtod(s.c_str(), &end);
+        if (*end || errno == ERANGE)
+            badValue(param, type, text);
+        if (type == CIMTYPE_REAL32)
+            return CIMValue(Real32(d));
+        return CIMValue(Real64(d));
+    }
+    case CIMTYPE_CHAR16:
+        if (text.size() != 1)
+            badValue(param, type, text);
+        return CIMValue(text[0]);
+    case CIMTYPE_STRING:
+        return CIMValue(text);
+    case CIMTYPE_DATETIME:
+        try
+        {
+            return CIMValue(CIMDateTime(text));
+        }
+        catch (const Exception&)
+        {
+            badValue(param, type, text);
+        }
+    case CIMTYPE_REFERENCE:
+        try
+        {
+            return CIMValue(CIMObjectPath(text));
+        }
+        catch (const Exception&)
+        {
+            badValue(param, type, text);
+        }
+    default:
+        break;
+    }
+    // Embedded objects and instances stay as their text.
+    return CIMValue(text);
+}
+
+template <class T>
+CIMValue arrayFromStrings(const String& param, CIMType type, const Array<String>& texts)
+{
+    Array<T> out;
+    for (Uint32 i = 0; i < texts.size(); i++)
+    {
+        T x;
+        scalarFromString(param, type, texts[i]).get(x);
+        out.append(x);
+    }
+    return CIMValue(out);
+}
+
+CIMValue arrayFromStrings(const String& param, CIMType type, const Array<String>& texts)
+{
+    switch (type)
+    {
+    case CIMTYPE_BOOLEAN: return arrayFromStrings<Boolean>(param, type, texts);
+    case CIMTYPE_UINT8: return arrayFromStrings<Uint8>(param, type, texts);
+    case CIMTYPE_SINT8: return arrayFromStrings<Sint8>(param, type, texts);
+    case CIMTYPE_UINT16: return arrayFromStrings<Uint16>(param, type, texts);
+    case CIMTYPE_SINT16: return arrayFromStrings<Sint16>(param, type, texts);
+    case CIMTYPE_UINT32: return arrayFromStrings<Uint32>(param, type, texts);
+    case CIMTYPE_SINT32: return arrayFromStrings<Sint32>(param, type, texts);
+    case CIMTYPE_UINT64: return arrayFromStrings<Uint64>(param, type, texts);
+    case CIMTYPE_SINT64: return arrayFromStrings<Sint64>(param, type, texts);
+    case CIMTYPE_REAL32: return arrayFromStrings<Real32>(param, type, texts);
+    case CIMTYPE_REAL64: return arrayFromStrings<Real64>(param, type, texts);
+    case CIMTYPE_CHAR16: return arrayFromStrings<Char16>(param, type, texts);
+    case CIMTYPE_DATETIME: return arrayFromStrings<CIMDateTime>(param, type, texts);
+    case CIMTYPE_REFERENCE: return arrayFromStrings<CIMObjectPath>(param, type, texts);
+    default:
+        return CIMValue(texts);
+    }
+}
+
+} // namespace
+
+Array<CIMParamValue> Router::retypeParameters(const CIMConstMethod& method,
+    const Array<CIMParamValue>& inParameters)
+{
+    Array<CIMParamValue> result;
+    for (Uint32 i = 0; i < inParameters.size(); i++)
+    {
+        const CIMParamValue& in = inParameters[i];
+        String name = in.getParameterName();
+        Uint32 pos = in.isTyped() ? PEG_NOT_FOUND : method.findParameter(CIMName(name));
+        if (pos == PEG_NOT_FOUND)
+        {
+            result.append(in);
+            continue;
+        }
+        CIMConstParameter decl = method.getParameter(pos);
+        CIMType type = decl.getType();
+        CIMValue value = in.getValue();
+        CIMValue typed;
+        if (value.isNull())
+        {
+            typed = CIMValue(type, decl.isArray());
+        }
+        else if (value.isArray() != decl.isArray())
+        {
+            throw CIMException(CIM_ERR_TYPE_MISMATCH, name);
+        }
+        else if (value.getType() != CIMTYPE_STRING)
+        {
+            typed = value;
+        }
+        else if (value.isArray())
+        {
+            Array<String> texts;
+            value.get(texts);
+            typed = arrayFromStrings(name, type, texts);
+        }
+        else
+        {
+            String text;
+            value.get(text);
+            typed = scalarFromString(name, type, text);
+        }
+        bool nowTyped = typed.getType() == type;
+        result.append(CIMParamValue(name, typed, nowTyped));
+    }
+    return result;
+}
+
+Router::Router(Repository& repository, const ProviderRegistry& registry,
+    ProviderManager& providers, const String& hostName, Logger& logger)
+    : _repository(repository), _registry(registry), _providers(providers),
+      _hostName(hostName), _logger(logger)
+{
+}
+
+void Router::checkNamespace(const CIMNamespaceName& nameSpace) const
+{
+    if (nameSpace.isNull() || !_repository.namespaceExists(nameSpace))
+        throw CIMException(CIM_ERR_INVALID_NAMESPACE, nameSpace.getString());
+}
+
+void Router::checkClass(const CIMNamespaceName& nameSpace, const CIMName& className) const
+{
+    checkNamespace(nameSpace);
+    if (className.isNull() || !_repository.classExists(nameSpace, className))
+        throw CIMException(CIM_ERR_INVALID_CLASS, className.getString());
+}
+
+ProviderManager::Lease Router::lease(const ProviderCapability& capability)
+{
+    const ProviderModuleInfo* module = _registry.findModule(capability.moduleName);
+    if (!module)
+    {
+        throw CIMException(CIM_ERR_FAILED, String(("provider module \"" +
+            narrow(capability.moduleName) + "\" is not registered").c_str()));
+    }
+    return _providers.get(*module, capability.providerName);
+}
+
+CIMObjectPath Router::providerPath(const CIMObjectPath& path,
+    const CIMNamespaceName& nameSpace) const
+{
+    CIMObjectPath result(path);
+    result.setHost(_hostName);
+    result.setNameSpace(nameSpace);
+    return result;
+}
+
+void Router::completePath(CIMObjectPath& path, const CIMNamespaceName& nameSpace) const
+{
+    if (path.getHost().size() == 0)
+        path.setHost(_hostName);
+    if (path.getNameSpace().isNull())
+        path.setNameSpace(nameSpace);
+}
+
+// Instances in an answer need a path with keys; providers that deliver an
+// instance without one get it built from the class.
+CIMInstance Router::withPath(const CIMInstance& instance,
+    const CIMNamespaceName& nameSpace) const
+{
+    const CIMObjectPath& path = instance.getPath();
+    if (!path.getClassName().isNull() && path.getKeyBindings().size() > 0)
+        return instance;
+    try
+    {
+        CIMClass cls = _repository.getFullClass(nameSpace, instance.getClassName());
+        CIMInstance copy = instance.clone();
+        CIMObjectPath built = copy.buildPath(cls);
+        if (built.getKeyBindings().size() > 0)
+            copy.setPath(built);
+        return copy;
+    }
+    catch (const Exception&)
+    {
+        return instance;
+    }
+}
+
+// ---- class and qualifier operations: the repository
+
+CIMClass Router::getClass(const OperationContext&, const CIMNamespaceName& nameSpace,
+    const CIMName& className, Boolean localOnly, Boolean includeQualifiers,
+    Boolean includeClassOrigin, const CIMPropertyList& propertyList)
+{
+    checkNamespace(nameSpace);
+    return _repository.getClass(nameSpace, className, localOnly, includeQualifiers,
+        includeClassOrigin, propertyList);
+}
+
+Array<CIMClass> Router::enumerateClasses(const OperationContext&,
+    const CIMNamespaceName& nameSpace, const CIMName& className,
+    Boolean deepInheritance, Boolean localOnly, Boolean includeQualifiers,
+    Boolean includeClassOrigin)
+{
+    checkNamespace(nameSpace);
+    return _repository.enumerateClasses(nameSpace, className, deepInheritance,
+        localOnly, includeQualifiers, includeClassOrigin);
+}
+
+Array<CIMName> Router::enumerateClassNames(const OperationContext&,
+    const CIMNamespaceName& nameSpace, const CIMName& className, Boolean deepInheritance)
+{
+    checkNamespace(nameSpace);
+    return _repository.enumerateClassNames(nameSpace, className, deepInheritance);
+}
+
+void Router::createClass(const OperationContext&, const CIMNamespaceName& nameSpace,
+    const CIMClass& newClass)
+{
+    checkNamespace(nameSpace);
+    _repository.addClass(nameSpace, newClass);
+    invalidateClassCaches();
+}
+
+void Router::modifyClass(const OperationContext&, const CIMNamespaceName& nameSpace,
+    const CIMClass&)
+{
+    checkNamespace(nameSpace);
+    throw CIMException(CIM_ERR_NOT_SUPPORTED, String("ModifyClass"));
+}
+
+void Router::deleteClass(const OperationContext&, const CIMNamespaceName& nameSpace,
+    const CIMName& className)
+{
+    checkNamespace(nameSpace);
+    _repository.deleteClass(nameSpace, className);
+    invalidateClassCaches();
+}
+
+CIMQualifierDecl Router::getQualifier(const OperationContext&,
+    const CIMNamespaceName& nameSpace, const CIMName& qualifierName)
+{
+    checkNamespace(nameSpace);
+    return _repository.getQualifier(nameSpace, qualifierName);
+}
+
+Array<CIMQualifierDecl> Router::enumerateQualifiers(const OperationContext&,
+    const CIMNamespaceName& nameSpace)
+{
+    checkNamespace(nameSpace);
+    return _repository.enumerateQualifiers(nameSpace);
+}
+
+// ---- instance operations
+
+CIMInstance Router::getInstance(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName,
+    Boolean, Boolean includeQualifiers, Boolean includeClassOrigin,
+    const CIMPropertyList& propertyList)
+{
+    const CIMName& className = instanceName.getClassName();
+    checkClass(nameSpace, className);
+    const ProviderCapability* cap =
+        _registry.find(nameSpace, className, PROVIDER_TYPE_INSTANCE);
+    if (!cap)
+    {
+        CIMObjectPath path(instanceName);
+        path.setHost(String());
+        path.setNameSpace(nameSpace);
+        return _repository.getInstance(nameSpace, path, includeClassOrigin, propertyList);
+    }
+    ProviderManager::Lease l = lease(*cap);
+    CIMInstanceProvider* provider = providerInterface<CIMInstanceProvider>(l);
+    InstanceCollector handler(Cardinality::ExactlyOne);
+    OperationContext ctx = providerContext(context);
+    CIMObjectPath path = providerPath(instanceName, nameSpace);
+    callProvider([&] {
+        provider->getInstance(ctx, path, includeQualifiers, includeClassOrigin,
+            propertyList, handler);
+    });
+    Array<CIMInstance> results = handler.results();
+    if (results.size() == 0)
+        throw CIMException(CIM_ERR_FAILED, String("Too few objects delivered."));
+    return withPath(results[0], nameSpace);
+}
+
+Array<CIMInstance> Router::enumerateInstances(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMName& className,
+    Boolean deepInheritance, Boolean, Boolean includeQualifiers,
+    Boolean includeClassOrigin, const CIMPropertyList& propertyList)
+{
+    checkClass(nameSpace, className);
+    Array<CIMName> classes;
+    classes.append(className);
+    classes.appendArray(_repository.getSubclassNames(nameSpace, className, true));
+
+    OperationContext ctx = providerContext(context);
+    Array<CIMInstance> result;
+    for (Uint32 i = 0; i < classes.size(); i++)
+    {
+        const CIMName& cls = classes[i];
+        const ProviderCapability* cap =
+            _registry.find(nameSpace, cls, PROVIDER_TYPE_INSTANCE);
+        if (!cap)
+        {
+            Array<CIMInstance> stored = _repository.enumerateInstances(
+                nameSpace, cls, true, includeClassOrigin, propertyList);
+            for (Uint32 j = 0; j < stored.size(); j++)
+                if (stored[j].getClassName() == cls)
+                    result.append(stored[j]);
+            continue;
+        }
+        ProviderManager::Lease l = lease(*cap);
+        CIMInstanceProvider* provider = providerInterface<CIMInstanceProvider>(l);
+        InstanceCollector handler;
+        CIMObjectPath path(_hostName, nameSpace, cls);
+        callProvider([&] {
+            provider->enumerateInstances(ctx, path, includeQualifiers,
+                includeClassOrigin, propertyList, handler);
+        });
+        Array<CIMInstance> got = handler.results();
+        for (Uint32 j = 0; j < got.size(); j++)
+            result.append(withPath(got[j], nameSpace));
+    }
+
+    if (!deepInheritance && classes.size() > 1)
+    {
+        CIMClass requested = _repository.getFullClass(nameSpace, className);
+        for (Uint32 i = 0; i < result.size(); i++)
+        {
+            if (result[i].getClassName() == className)
+                continue;
+            CIMInstance copy = result[i].clone();
+            for (Uint32 p = copy.getPropertyCount(); p-- > 0;)
+            {
+                if (requested.findProperty(copy.getProperty(p).getName()) == PEG_NOT_FOUND)
+                    copy.removeProperty(p);
+            }
+            result[i] = copy;
+        }
+    }
+    return result;
+}
+
+Array<CIMObjectPath> Router::enumerateInstanceNames(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMName& className)
+{
+    checkClass(nameSpace, className);
+    Array<CIMName> classes;
+    classes.append(className);
+    classes.appendArray(_repository.getSubclassNames(nameSpace, className, true));
+
+    OperationContext ctx = providerContext(context);
+    Array<CIMObjectPath> result;
+    for (Uint32 i = 0; i < classes.size(); i++)
+    {
+        const CIMName& cls = classes[i];
+        const ProviderCapability* cap =
+            _registry.find(nameSpace, cls, PROVIDER_TYPE_INSTANCE);
+        if (!cap)
+        {
+            Array<CIMObjectPath> stored =
+                _repository.enumerateInstanceNames(nameSpace, cls);
+            for (Uint32 j = 0; j < stored.size(); j++)
+                if (stored[j].getClassName() == cls)
+                    result.append(stored[j]);
+            continue;
+        }
+        ProviderManager::Lease l = lease(*cap);
+        CIMInstanceProvider* provider = providerInterface<CIMInstanceProvider>(l);
+        ObjectPathCollector handler;
+        CIMObjectPath path(_hostName, nameSpace, cls);
+        callProvider([&] { provider->enumerateInstanceNames(ctx, path, handler); });
+        result.appendArray(handler.results());
+    }
+    return result;
+}
+
+CIMObjectPath Router::createInstance(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMInstance& newInstance)
+{
+    if (newInstance.isUninitialized())
+        throw CIMException(CIM_ERR_INVALID_PARAMETER, String("NewInstance"));
+    const CIMName& className = newInstance.getClassName();
+    checkClass(nameSpace, className);
+    const ProviderCapability* cap =
+        _registry.find(nameSpace, className, PROVIDER_TYPE_INSTANCE);
+    if (!cap)
+        return _repository.createInstance(nameSpace, newInstance);
+
+    ProviderManager::Lease l = lease(*cap);
+    CIMInstanceProvider* provider = providerInterface<CIMInstanceProvider>(l);
+    ObjectPathCollector handler(Cardinality::ExactlyOne);
+    OperationContext ctx = providerContext(context);
+    CIMObjectPath path(_hostName, nameSpace, className,
+        newInstance.getPath().getKeyBindings());
+    callProvider([&] { provider->createInstance(ctx, path, newInstance, handler); });
+    Array<CIMObjectPath> results = handler.results();
+    if (results.size() == 0)
+        throw CIMException(CIM_ERR_FAILED, String("Too few objects delivered."));
+    return results[0];
+}
+
+void Router::modifyInstance(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMInstance& modifiedInstance,
+    Boolean includeQualifiers, const CIMPropertyList& propertyList)
+{
+    if (modifiedInstance.isUninitialized())
+        throw CIMException(CIM_ERR_INVALID_PARAMETER, String("ModifiedInstance"));
+    CIMObjectPath instancePath = modifiedInstance.getPath();
+    CIMName className = instancePath.getClassName().isNull()
+        ? modifiedInstance.getClassName() : instancePath.getClassName();
+    checkClass(nameSpace, className);
+    const ProviderCapability* cap =
+        _registry.find(nameSpace, className, PROVIDER_TYPE_INSTANCE);
+    if (!cap)
+    {
+        _repository.modifyInstance(nameSpace, modifiedInstance, propertyList);
+        return;
+    }
+    ProviderManager::Lease l = lease(*cap);
+    CIMInstanceProvider* provider = providerInterface<CIMInstanceProvider>(l);
+    PlainCollector handler;
+    OperationContext ctx = providerContext(context);
+    CIMObjectPath path(_hostName, nameSpace, className, instancePath.getKeyBindings());
+    callProvider([&] {
+        provider->modifyInstance(ctx, path, modifiedInstance, includeQualifiers,
+            propertyList, handler);
+    });
+}
+
+void Router::deleteInstance(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName)
+{
+    const CIMName& className = instanceName.getClassName();
+    checkClass(nameSpace, className);
+    const ProviderCapability* cap =
+        _registry.find(nameSpace, className, PROVIDER_TYPE_INSTANCE);
+    if (!cap)
+    {
+        CIMObjectPath path(instanceName);
+        path.setHost(String());
+        path.setNameSpace(nameSpace);
+        _repository.deleteInstance(nameSpace, path);
+        return;
+    }
+    ProviderManager::Lease l = lease(*cap);
+    CIMInstanceProvider* provider = providerInterface<CIMInstanceProvider>(l);
+    PlainCollector handler;
+    OperationContext ctx = providerContext(context);
+    CIMObjectPath path = providerPath(instanceName, nameSpace);
+    callProvider([&] { provider->deleteInstance(ctx, path, handler); });
+}
+
+// ---- associations
+
+void Router::invalidateClassCaches()
+{
+    std::lock_guard<std::mutex> lock(_cacheMutex);
+    _associations.clear();
+}
+
+std::vector<CIMName> Router::associationClassesFor(const CIMNamespaceName& nameSpace,
+    const CIMName& objectClass, const CIMName& filter, const String& role)
+{
+    std::vector<AssociationClass> all;
+    {
+        std::lock_guard<std::mutex> lock(_cacheMutex);
+        auto it = _associations.find(lower(nameSpace.getString()));
+        if (it != _associations.end())
+            all = it->second;
+    }
+    if (all.empty())
+    {
+        Array<CIMName> names = _repository.enumerateClassNames(nameSpace, CIMName(), true);
+        for (Uint32 i = 0; i < names.size(); i++)
+        {
+            CIMClass cls = _repository.getFullClass(nameSpace, names[i]);
+            if (!cls.isAssociation())
+                continue;
+            AssociationClass a;
+            a.name = names[i];
+            for (Uint32 p = 0; p < cls.getPropertyCount(); p++)
+            {
+                CIMProperty prop = cls.getProperty(p);
+                if (prop.getType() == CIMTYPE_REFERENCE)
+                    a.references.emplace_back(prop.getName(), prop.getReferenceClassName());
+            }
+            all.push_back(a);
+        }
+        std::lock_guard<std::mutex> lock(_cacheMutex);
+        _associations[lower(nameSpace.getString())] = all;
+    }
+
+    std::vector<CIMName> result;
+    for (const AssociationClass& a : all)
+    {
+        if (!filter.isNull() && !_repository.isSubclassOf(nameSpace, a.name, filter))
+            continue;
+        bool matches = false;
+        for (const auto& ref : a.references)
+        {
+            if (role.size() != 0 && !String::equalNoCase(role, ref.first.getString()))
+                continue;
+            if (_repository.isSubclassOf(nameSpace, objectClass, ref.second))
+            {
+                matches = true;
+                break;
+            }
+        }
+        if (matches)
+            result.push_back(a.name);
+    }
+    return result;
+}
+
+Array<CIMObject> Router::associators(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& objectName,
+    const CIMName& assocClass, const CIMName& resultClass, const String& role,
+    const String& resultRole, Boolean includeQualifiers, Boolean includeClassOrigin,
+    const CIMPropertyList& propertyList)
+{
+    checkClass(nameSpace, objectName.getClassName());
+    OperationContext ctx = providerContext(context);
+    CIMObjectPath path = providerPath(objectName, nameSpace);
+    Array<CIMObject> result;
+    for (const CIMName& a : associationClassesFor(
+             nameSpace, objectName.getClassName(), assocClass, role))
+    {
+        const ProviderCapability* cap =
+            _registry.find(nameSpace, a, PROVIDER_TYPE_ASSOCIATION);
+        if (!cap)
+            continue;
+        ProviderManager::Lease l = lease(*cap);
+        CIMAssociationProvider* provider = providerInterface<CIMAssociationProvider>(l);
+        ObjectCollector handler;
+        callProvider([&] {
+            provider->associators(ctx, path, a, resultClass, role, resultRole,
+                includeQualifiers, includeClassOrigin, propertyList, handler);
+        });
+        Array<CIMObject> got = handler.results();
+        for (Uint32 i = 0; i < got.size(); i++)
+        {
+            CIMObjectPath p = got[i].getPath();
+            completePath(p, nameSpace);
+            got[i].setPath(p);
+            result.append(got[i]);
+        }
+    }
+    return result;
+}
+
+Array<CIMObjectPath> Router::associatorNames(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& objectName,
+    const CIMName& assocClass, const CIMName& resultClass, const String& role,
+    const String& resultRole)
+{
+    checkClass(nameSpace, objectName.getClassName());
+    OperationContext ctx = providerContext(context);
+    CIMObjectPath path = providerPath(objectName, nameSpace);
+    Array<CIMObjectPath> result;
+    for (const CIMName& a : associationClassesFor(
+             nameSpace, objectName.getClassName(), assocClass, role))
+    {
+        const ProviderCapability* cap =
+            _registry.find(nameSpace, a, PROVIDER_TYPE_ASSOCIATION);
+        if (!cap)
+            continue;
+        ProviderManager::Lease l = lease(*cap);
+        CIMAssociationProvider* provider = providerInterface<CIMAssociationProvider>(l);
+        ObjectPathCollector handler;
+        callProvider([&] {
+            provider->associatorNames(ctx, path, a, resultClass, role, resultRole,
+                handler);
+        });
+        Array<CIMObjectPath> got = handler.results();
+        for (Uint32 i = 0; i < got.size(); i++)
+        {
+            completePath(got[i], nameSpace);
+            result.append(got[i]);
+        }
+    }
+    return result;
+}
+
+Array<CIMObject> Router::references(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& objectName,
+    const CIMName& resultClass, const String& role, Boolean includeQualifiers,
+    Boolean includeClassOrigin, const CIMPropertyList& propertyList)
+{
+    checkClass(nameSpace, objectName.getClassName());
+    OperationContext ctx = providerContext(context);
+    CIMObjectPath path = providerPath(objectName, nameSpace);
+    Array<CIMObject> result;
+    for (const CIMName& a : associationClassesFor(
+             nameSpace, objectName.getClassName(), resultClass, role))
+    {
+        const ProviderCapability* cap =
+            _registry.find(nameSpace, a, PROVIDER_TYPE_ASSOCIATION);
+        if (!cap)
+            continue;
+        ProviderManager::Lease l = lease(*cap);
+        CIMAssociationProvider* provider = providerInterface<CIMAssociationProvider>(l);
+        ObjectCollector handler;
+        callProvider([&] {
+            provider->references(ctx, path, a, role, includeQualifiers,
+                includeClassOrigin, propertyList, handler);
+        });
+        Array<CIMObject> got = handler.results();
+        for (Uint32 i = 0; i < got.size(); i++)
+        {
+            CIMObjectPath p = got[i].getPath();
+            completePath(p, nameSpace);
+            got[i].setPath(p);
+            result.append(got[i]);
+        }
+    }
+    return result;
+}
+
+Array<CIMObjectPath> Router::referenceNames(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& objectName,
+    const CIMName& resultClass, const String& role)
+{
+    checkClass(nameSpace, objectName.getClassName());
+    OperationContext ctx = providerContext(context);
+    CIMObjectPath path = providerPath(objectName, nameSpace);
+    Array<CIMObjectPath> result;
+    for (const CIMName& a : associationClassesFor(
+             nameSpace, objectName.getClassName(), resultClass, role))
+    {
+        const ProviderCapability* cap =
+            _registry.find(nameSpace, a, PROVIDER_TYPE_ASSOCIATION);
+        if (!cap)
+            continue;
+        ProviderManager::Lease l = lease(*cap);
+        CIMAssociationProvider* provider = providerInterface<CIMAssociationProvider>(l);
+        ObjectPathCollector handler;
+        callProvider([&] { provider->referenceNames(ctx, path, a, role, handler); });
+        Array<CIMObjectPath> got = handler.results();
+        for (Uint32 i = 0; i < got.size(); i++)
+        {
+            completePath(got[i], nameSpace);
+            result.append(got[i]);
+        }
+    }
+    return result;
+}
+
+// ---- properties: through getInstance / modifyInstance
+
+CIMValue Router::getProperty(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName,
+    const CIMName& propertyName)
+{
+    Array<CIMName> names;
+    names.append(propertyName);
+    CIMInstance inst = getInstance(context, nameSpace, instanceName, false, false,
+        false, CIMPropertyList(names));
+    Uint32 pos = inst.findProperty(propertyName);
+    if (pos == PEG_NOT_FOUND)
+        throw CIMException(CIM_ERR_NO_SUCH_PROPERTY, propertyName.getString());
+    return inst.getProperty(pos).getValue();
+}
+
+void Router::setProperty(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName,
+    const CIMName& propertyName, const CIMValue& newValue)
+{
+    CIMInstance inst(instanceName.getClassName());
+    inst.addProperty(CIMProperty(propertyName, newValue));
+    inst.setPath(instanceName);
+    Array<CIMName> names;
+    names.append(propertyName);
+    modifyInstance(context, nameSpace, inst, false, CIMPropertyList(names));
+}
+
+// ---- methods
+
+CIMValue Router::invokeMethod(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName,
+    const CIMName& methodName, const Array<CIMParamValue>& inParameters,
+    Array<CIMParamValue>& outParameters)
+{
+    const CIMName& className = instanceName.getClassName();
+    checkClass(nameSpace, className);
+    CIMClass cls = _repository.getFullClass(nameSpace, className);
+    Uint32 m = cls.findMethod(methodName);
+    if (m == PEG_NOT_FOUND)
+        throw CIMException(CIM_ERR_METHOD_NOT_FOUND, methodName.getString());
+    const ProviderCapability* cap =
+        _registry.find(nameSpace, className, PROVIDER_TYPE_METHOD);
+    if (!cap)
+        throw CIMException(CIM_ERR_METHOD_NOT_AVAILABLE, methodName.getString());
+
+    Array<CIMParamValue> typed =
+        retypeParameters(CIMConstMethod(cls.getMethod(m)), inParameters);
+    ProviderManager::Lease l = lease(*cap);
+    CIMMethodProvider* provider = providerInterface<CIMMethodProvider>(l);
+    MethodResultCollector handler;
+    OperationContext ctx = providerContext(context);
+    CIMObjectPath path = providerPath(instanceName, nameSpace);
+    callProvider([&] { provider->invokeMethod(ctx, path, methodName, typed, handler); });
+    outParameters = handler.outParameters();
+    return handler.returnValue();
+}
+
+} // namespace cimhost

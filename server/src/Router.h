@@ -1,0 +1,206 @@
+// The operation router of cimhost: every CIM operation, from a client (via
+// the CIM-XML request processor) or from a provider (via CIMOMHandle), comes
+// here and goes to the class repository or to the registered provider.
+//
+// Providers are called the way the reference server's default C++ provider
+// manager calls them:
+// - object paths given to providers carry host = the server's host name and
+//   namespace = the request namespace; the class name is spelled as the
+//   client sent it (enumerations of subclasses use the subclass's name);
+// - the OperationContext is built fresh for each call and holds the
+//   IdentityContainer (user, client address), AcceptLanguageListContainer and
+//   ContentLanguageListContainer of the request;
+// - enumerateInstances/enumerateInstanceNames cover the class and all its
+//   subclasses, whatever deepInheritance says: each class goes to its own
+//   instance provider, classes without one to the repository's stored
+//   instances. With deepInheritance = false, instances of subclasses keep only
+//   the properties of the requested class;
+// - association requests go to every association provider registered for an
+//   association class (in the request namespace) that references the
+//   object's class (or a superclass of it) and matches the assocClass filter
+//   (associators, associatorNames) or the resultClass filter (references,
+//   referenceNames) and the role; associationClass (resp. resultClass) is
+//   replaced by that registered class, other filters pass through;
+//   association classes without a provider contribute nothing;
+// - untyped method input parameters are retyped to the method's declared
+//   parameter types;
+// - provider exceptions become CIMException: CIM ones keep code and message,
+//   others give CIM_ERR_FAILED with their message or "Unknown error.".
+// Instance operations on classes without an instance provider use the
+// repository's stored instances; invokeMethod on a class without a method
+// provider is CIM_ERR_METHOD_NOT_AVAILABLE.
+//
+// Calls run on the calling thread; an up-call from a provider re-enters the
+// router directly. The router holds no lock while a provider runs.
+#ifndef CIMHOST_ROUTER_H
+#define CIMHOST_ROUTER_H
+
+#include "ProviderManager.h"
+#include "ProviderRegistry.h"
+
+#include <Pegasus/Internal/CIMOperations.h>
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace cimhost
+{
+
+class Repository;
+class Logger;
+
+class Router : public Pegasus::CIMOperations
+{
+public:
+    Router(Repository& repository, const ProviderRegistry& registry,
+        ProviderManager& providers, const Pegasus::String& hostName, Logger& logger);
+
+    const Pegasus::String& hostName() const { return _hostName; }
+
+    Pegasus::CIMClass getClass(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& className,
+        Pegasus::Boolean localOnly, Pegasus::Boolean includeQualifiers,
+        Pegasus::Boolean includeClassOrigin,
+        const Pegasus::CIMPropertyList& propertyList) override;
+    Pegasus::Array<Pegasus::CIMClass> enumerateClasses(
+        const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& className,
+        Pegasus::Boolean deepInheritance, Pegasus::Boolean localOnly,
+        Pegasus::Boolean includeQualifiers, Pegasus::Boolean includeClassOrigin) override;
+    Pegasus::Array<Pegasus::CIMName> enumerateClassNames(
+        const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& className,
+        Pegasus::Boolean deepInheritance) override;
+    void createClass(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMClass& newClass) override;
+    void modifyClass(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMClass& modifiedClass) override;
+    void deleteClass(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMName& className) override;
+
+    Pegasus::CIMQualifierDecl getQualifier(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMName& qualifierName) override;
+    Pegasus::Array<Pegasus::CIMQualifierDecl> enumerateQualifiers(
+        const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace) override;
+
+    Pegasus::CIMInstance getInstance(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMObjectPath& instanceName, Pegasus::Boolean localOnly,
+        Pegasus::Boolean includeQualifiers, Pegasus::Boolean includeClassOrigin,
+        const Pegasus::CIMPropertyList& propertyList) override;
+    Pegasus::Array<Pegasus::CIMInstance> enumerateInstances(
+        const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& className,
+        Pegasus::Boolean deepInheritance, Pegasus::Boolean localOnly,
+        Pegasus::Boolean includeQualifiers, Pegasus::Boolean includeClassOrigin,
+        const Pegasus::CIMPropertyList& propertyList) override;
+    Pegasus::Array<Pegasus::CIMObjectPath> enumerateInstanceNames(
+        const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMName& className) override;
+    Pegasus::CIMObjectPath createInstance(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMInstance& newInstance) override;
+    void modifyInstance(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMInstance& modifiedInstance,
+        Pegasus::Boolean includeQualifiers,
+        const Pegasus::CIMPropertyList& propertyList) override;
+    void deleteInstance(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMObjectPath& instanceName) override;
+
+    Pegasus::Array<Pegasus::CIMObject> associators(
+        const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMObjectPath& objectName, const Pegasus::CIMName& assocClass,
+        const Pegasus::CIMName& resultClass, const Pegasus::String& role,
+        const Pegasus::String& resultRole, Pegasus::Boolean includeQualifiers,
+        Pegasus::Boolean includeClassOrigin,
+        const Pegasus::CIMPropertyList& propertyList) override;
+    Pegasus::Array<Pegasus::CIMObjectPath> associatorNames(
+        const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMObjectPath& objectName, const Pegasus::CIMName& assocClass,
+        const Pegasus::CIMName& resultClass, const Pegasus::String& role,
+        const Pegasus::String& resultRole) override;
+    Pegasus::Array<Pegasus::CIMObject> references(
+        const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMObjectPath& objectName, const Pegasus::CIMName& resultClass,
+        const Pegasus::String& role, Pegasus::Boolean includeQualifiers,
+        Pegasus::Boolean includeClassOrigin,
+        const Pegasus::CIMPropertyList& propertyList) override;
+    Pegasus::Array<Pegasus::CIMObjectPath> referenceNames(
+        const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMObjectPath& objectName, const Pegasus::CIMName& resultClass,
+        const Pegasus::String& role) override;
+
+    Pegasus::CIMValue getProperty(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMObjectPath& instanceName,
+        const Pegasus::CIMName& propertyName) override;
+    void setProperty(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMObjectPath& instanceName,
+        const Pegasus::CIMName& propertyName,
+        const Pegasus::CIMValue& newValue) override;
+
+    Pegasus::CIMValue invokeMethod(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMObjectPath& instanceName, const Pegasus::CIMName& methodName,
+        const Pegasus::Array<Pegasus::CIMParamValue>& inParameters,
+        Pegasus::Array<Pegasus::CIMParamValue>& outParameters) override;
+
+    // Retypes untyped (string) input parameters to the declared parameter
+    // types of the method. Null values become typed nulls; an array/scalar
+    // mismatch is CIM_ERR_TYPE_MISMATCH, an unparsable value
+    // CIM_ERR_INVALID_PARAMETER. Undeclared parameters stay untyped.
+    static Pegasus::Array<Pegasus::CIMParamValue> retypeParameters(
+        const Pegasus::CIMConstMethod& method,
+        const Pegasus::Array<Pegasus::CIMParamValue>& inParameters);
+
+private:
+    struct AssociationClass
+    {
+        Pegasus::CIMName name;
+        // (reference property name, referenced class)
+        std::vector<std::pair<Pegasus::CIMName, Pegasus::CIMName>> references;
+    };
+
+    void checkNamespace(const Pegasus::CIMNamespaceName& nameSpace) const;
+    void checkClass(const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMName& className) const;
+    ProviderManager::Lease lease(const ProviderCapability& capability);
+    Pegasus::CIMObjectPath providerPath(const Pegasus::CIMObjectPath& path,
+        const Pegasus::CIMNamespaceName& nameSpace) const;
+    void completePath(Pegasus::CIMObjectPath& path,
+        const Pegasus::CIMNamespaceName& nameSpace) const;
+    Pegasus::CIMInstance withPath(const Pegasus::CIMInstance& instance,
+        const Pegasus::CIMNamespaceName& nameSpace) const;
+    std::vector<Pegasus::CIMName> associationClassesFor(
+        const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& objectClass,
+        const Pegasus::CIMName& filter, const Pegasus::String& role);
+    void invalidateClassCaches();
+
+    Repository& _repository;
+    const ProviderRegistry& _registry;
+    ProviderManager& _providers;
+    Pegasus::String _hostName;
+    Logger& _logger;
+
+    std::mutex _cacheMutex;  // guards _associations
+    std::map<std::string, std::vector<AssociationClass>> _associations;
+};
+
+} // namespace cimhost
+
+#endif

@@ -1,0 +1,109 @@
+#include "ServerConfig.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdlib>
+#include <iostream>
+#include <sys/stat.h>
+
+namespace cimhost
+{
+
+namespace
+{
+
+bool exists(const std::string& path)
+{
+    struct stat st;
+    return ::stat(path.c_str(), &st) == 0;
+}
+
+} // namespace
+
+CommandLine parseCommandLine(int argc, char** argv)
+{
+    CommandLine cl;
+    ServerOptions& o = cl.options;
+    o.enableHttp = true;
+
+    CLI::App app{"cimhost: a CIM server for provider modules, speaking CIM-XML over HTTP"};
+    app.set_config("--config", "", "configuration file (key = value, keys are the long option names)");
+
+    bool noHttp = false;
+    std::string socketPath = ServerOptions::defaultSocketPath();
+    app.add_option("--http-address", o.httpAddress, "address of the HTTP listener")
+        ->capture_default_str();
+    app.add_option("--http-port", o.httpPort, "HTTP port (0 = any free port)")
+        ->capture_default_str();
+    app.add_flag("--no-http", noHttp, "no HTTP listener");
+    app.add_option("--https-address", o.httpsAddress, "address of the HTTPS listener")
+        ->capture_default_str();
+    app.add_option("--https-port", o.httpsPort, "HTTPS port")->capture_default_str();
+    app.add_option("--ssl-cert", o.sslCertificateFile, "server certificate (PEM): enables HTTPS");
+    app.add_option("--ssl-key", o.sslKeyFile, "server key (PEM)");
+    app.add_option("--socket", socketPath,
+        "local Unix socket (empty: none); CIMHOST_SOCKET overrides")->capture_default_str();
+    app.add_option("--schema", o.schemaFiles, "schema MOF file or directory (repeatable)");
+    app.add_option("--registration", o.registrationDirs,
+        "provider registration MOF file or directory (repeatable)");
+    app.add_option("--module-dir", o.moduleDirs, "directory of provider modules (repeatable)");
+    app.add_option("--password-file", o.passwordFile, "password file for HTTP Basic authentication");
+    app.add_option("--log-file", o.logFile, "log file (default: standard error)");
+    app.add_option("--log-level", o.logLevel, "off, error, warning, info or debug")
+        ->capture_default_str();
+    app.add_option("--workers", o.workerCount, "worker threads per listener")
+        ->capture_default_str()->check(CLI::Range(1, 1024));
+    app.add_option("--host-name", o.hostName, "host name in object paths (default: this machine's)");
+    app.add_option("--max-request-bytes", o.maxRequestBytes, "largest request body accepted")
+        ->capture_default_str();
+    app.add_option("--read-timeout", o.readTimeoutSeconds,
+        "seconds a client may take to send one request")->capture_default_str();
+
+    CLI::App* passwd = app.add_subcommand("passwd", "manage the password file");
+    passwd->require_subcommand(1);
+    CLI::App* add = passwd->add_subcommand("add", "add a user or change its password "
+        "(password from standard input, or asked for on a terminal)");
+    CLI::App* remove = passwd->add_subcommand("remove", "remove a user");
+    add->add_option("user", cl.passwdUser, "user name")->required();
+    remove->add_option("user", cl.passwdUser, "user name")->required();
+
+    try
+    {
+        app.parse(argc, argv);
+    }
+    catch (const CLI::ParseError& e)
+    {
+        cl.action = CommandLine::Action::Exit;
+        cl.exitCode = app.exit(e);
+        return cl;
+    }
+
+    const char* env = std::getenv("CIMHOST_SOCKET");
+    o.socketPath = (env && *env) ? std::string(env) : socketPath;
+    o.enableHttp = !noHttp;
+
+#ifdef CIMHOST_SOURCE_DIR
+    if (o.schemaFiles.empty() && exists(CIMHOST_SOURCE_DIR "/schema/root.mof"))
+        o.schemaFiles.push_back(CIMHOST_SOURCE_DIR "/schema/root.mof");
+    if (o.registrationDirs.empty() && exists(CIMHOST_SOURCE_DIR "/schema/registration"))
+        o.registrationDirs.push_back(CIMHOST_SOURCE_DIR "/schema/registration");
+#endif
+#ifdef CIMHOST_MODULE_DIR
+    if (o.moduleDirs.empty())
+        o.moduleDirs.push_back(CIMHOST_MODULE_DIR);
+#endif
+
+    if (add->parsed())
+        cl.action = CommandLine::Action::PasswdAdd;
+    else if (remove->parsed())
+        cl.action = CommandLine::Action::PasswdRemove;
+    if (cl.action != CommandLine::Action::Serve && o.passwordFile.empty())
+    {
+        std::cerr << "cimhost passwd: --password-file is required" << std::endl;
+        cl.action = CommandLine::Action::Exit;
+        cl.exitCode = 2;
+    }
+    return cl;
+}
+
+} // namespace cimhost
