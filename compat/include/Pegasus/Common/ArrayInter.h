@@ -225,7 +225,11 @@ public:
         ArrayRepBase* rep = _alloc(_grownCapacity(n));
         T* dst = _data(rep);
         T* src = _data(_rep);
-        if (_unique())
+        if (_rep == &ArrayRepBase_empty)
+        {
+            _copyConstruct(dst, x, size);
+        }
+        else if (_unique())
         {
             _moveConstruct(dst, src, index);
             _copyConstruct(dst + index, x, size);
@@ -372,7 +376,11 @@ private:
             return;
         }
         ArrayRepBase* rep = _alloc(capacity);
-        if (_unique())
+        if (_rep == &ArrayRepBase_empty)
+        {
+            // Nothing to carry over.
+        }
+        else if (_unique())
         {
             _moveConstruct(_data(rep), _data(_rep), _rep->size);
             rep->size = _rep->size;

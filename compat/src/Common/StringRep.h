@@ -1,0 +1,53 @@
+//
+// The shared representation behind String (not part of the SDK headers).
+//
+#ifndef Pegasus_StringRep_h
+#define Pegasus_StringRep_h
+
+#include <atomic>
+#include <Pegasus/Common/Config.h>
+#include <Pegasus/Common/String.h>
+
+PEGASUS_NAMESPACE_BEGIN
+
+// A reference-counted, null-terminated block of UTF-16 units. All empty
+// strings share one static representation whose count is never touched.
+struct StringRep
+{
+    std::atomic<Uint32> refs;
+    Uint32 size;
+    Uint32 cap;
+    Uint16 data[1];
+
+    static StringRep* alloc(Uint32 cap);
+    static void ref(StringRep* rep)
+    {
+        if (rep != &emptyRep)
+            rep->refs.fetch_add(1, std::memory_order_relaxed);
+    }
+    static void unref(StringRep* rep)
+    {
+        if (rep != &emptyRep && rep->refs.fetch_sub(1, std::memory_order_acq_rel) == 1)
+            ::operator delete(rep);
+    }
+
+    static StringRep emptyRep;
+
+    static StringRep* of(const String& s) { return s._rep; }
+    static String adopt(StringRep* rep) { return String(rep); }
+};
+
+// ASCII-only case folding, as the name rules of CIM require.
+inline Uint16 foldLowerASCII(Uint16 c)
+{
+    return (c >= 'A' && c <= 'Z') ? Uint16(c + ('a' - 'A')) : c;
+}
+
+inline Uint16 foldUpperASCII(Uint16 c)
+{
+    return (c >= 'a' && c <= 'z') ? Uint16(c - ('a' - 'A')) : c;
+}
+
+PEGASUS_NAMESPACE_END
+
+#endif /* Pegasus_StringRep_h */
