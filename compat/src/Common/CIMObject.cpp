@@ -1,0 +1,363 @@
+#include <Pegasus/Common/CIMObject.h>
+#include <CimXml/XmlWriter.h>
+#include "ObjectModelReps.h"
+
+PEGASUS_NAMESPACE_BEGIN
+
+//
+// CIMObjectRep
+//
+
+CIMObjectRep::CIMObjectRep(const CIMName& className)
+{
+    checkName(className);
+    reference.setClassName(className);
+}
+
+CIMObjectRep::CIMObjectRep(const CIMObjectRep& x)
+    : RefCountedRep(), reference(x.reference)
+{
+    qualifiers.cloneFrom(x.qualifiers);
+    properties.reserve(x.properties.size());
+    for (const CIMProperty& p : x.properties)
+    {
+        CIMPropertyRep* rep =
+            new CIMPropertyRep(*CIMRepAccess::rep(p), true, true);
+        rep->ownerCount = 1;
+        properties.push_back(CIMRepAccess::adopt<CIMProperty>(rep));
+    }
+}
+
+CIMObjectRep::~CIMObjectRep()
+{
+    for (const CIMProperty& p : properties)
+        CIMRepAccess::rep(p)->ownerCount--;
+}
+
+void CIMObjectRep::setPath(const CIMObjectPath& path)
+{
+    const CIMName& className = path.getClassName();
+    if (className.isNull())
+        throw UninitializedObjectException();
+    if (!className.equal(getClassName()))
+        throw TypeMismatchException();
+    reference = path;
+}
+
+void CIMObjectRep::addProperty(const CIMProperty& x)
+{
+    const CIMPropertyRep* rep = checkedRep(CIMRepAccess::rep(x));
+    if (findProperty(rep->name) != PEG_NOT_FOUND)
+        throw AlreadyExistsException(quotedName("property", rep->name));
+    appendProperty(x);
+}
+
+void CIMObjectRep::appendProperty(const CIMProperty& p)
+{
+    if (properties.size() >= MAX_CONTAINER_ELEMENTS)
+        throw TooManyElementsException();
+    properties.push_back(p);
+    CIMRepAccess::rep(p)->ownerCount++;
+}
+
+Uint32 CIMObjectRep::findProperty(const CIMName& name) const
+{
+    for (size_t i = 0, n = properties.size(); i < n; i++)
+    {
+        if (CIMRepAccess::rep(properties[i])->name.equal(name))
+            return Uint32(i);
+    }
+    return PEG_NOT_FOUND;
+}
+
+CIMPropertyRep* CIMObjectRep::propertyAt(Uint32 index) const
+{
+    checkIndex(index, propertyCount());
+    return CIMRepAccess::rep(properties[index]);
+}
+
+void CIMObjectRep::removeProperty(Uint32 index)
+{
+    propertyAt(index)->ownerCount--;
+    properties.erase(properties.begin() + index);
+}
+
+Boolean CIMObjectRep::identical(const CIMObjectRep* x) const
+{
+    if (this == x)
+        return true;
+    if (isClass() != x->isClass() || !reference.identical(x->reference) ||
+        !qualifiers.identical(x->qualifiers) ||
+        properties.size() != x->properties.size())
+    {
+        return false;
+    }
+    for (size_t i = 0; i < properties.size(); i++)
+    {
+        if (!CIMRepAccess::rep(properties[i])->identical(
+                CIMRepAccess::rep(x->properties[i])))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+namespace
+{
+
+String objectText(const CIMConstObject& object)
+{
+    std::string text = XmlWriter::embeddedObjectText(object);
+    return String(text.data(), Uint32(text.size()));
+}
+
+}
+
+//
+// CIMObject
+//
+
+CIMObject::CIMObject() : _rep(0) {}
+
+CIMObject::CIMObject(const CIMObject& x) : _rep(repRef(x._rep)) {}
+
+CIMObject::CIMObject(const CIMClass& x) : _rep(repRef(x._rep)) {}
+
+CIMObject::CIMObject(const CIMInstance& x) : _rep(repRef(x._rep)) {}
+
+CIMObject& CIMObject::operator=(const CIMObject& x)
+{
+    repAssign(_rep, x._rep);
+    return *this;
+}
+
+CIMObject::~CIMObject()
+{
+    repUnref(_rep);
+}
+
+const CIMName& CIMObject::getClassName() const
+{
+    return checkedRep(_rep)->getClassName();
+}
+
+const CIMObjectPath& CIMObject::getPath() const
+{
+    return checkedRep(_rep)->reference;
+}
+
+void CIMObject::setPath(const CIMObjectPath& path)
+{
+    checkedRep(_rep)->setPath(path);
+}
+
+CIMObject& CIMObject::addQualifier(const CIMQualifier& qualifier)
+{
+    checkedRep(_rep)->qualifiers.add(qualifier);
+    return *this;
+}
+
+Uint32 CIMObject::findQualifier(const CIMName& name) const
+{
+    return checkedRep(_rep)->qualifiers.find(name);
+}
+
+CIMQualifier CIMObject::getQualifier(Uint32 index)
+{
+    return CIMRepAccess::share<CIMQualifier>(
+        checkedRep(_rep)->qualifiers.at(index));
+}
+
+CIMConstQualifier CIMObject::getQualifier(Uint32 index) const
+{
+    return CIMRepAccess::share<CIMConstQualifier>(
+        checkedRep(_rep)->qualifiers.at(index));
+}
+
+void CIMObject::removeQualifier(Uint32 index)
+{
+    checkedRep(_rep)->qualifiers.remove(index);
+}
+
+Uint32 CIMObject::getQualifierCount() const
+{
+    return checkedRep(_rep)->qualifiers.size();
+}
+
+CIMObject& CIMObject::addProperty(const CIMProperty& x)
+{
+    checkedRep(_rep)->addProperty(x);
+    return *this;
+}
+
+Uint32 CIMObject::findProperty(const CIMName& name) const
+{
+    return checkedRep(_rep)->findProperty(name);
+}
+
+CIMProperty CIMObject::getProperty(Uint32 index)
+{
+    return CIMRepAccess::share<CIMProperty>(
+        checkedRep(_rep)->propertyAt(index));
+}
+
+CIMConstProperty CIMObject::getProperty(Uint32 index) const
+{
+    return CIMRepAccess::share<CIMConstProperty>(
+        checkedRep(_rep)->propertyAt(index));
+}
+
+void CIMObject::removeProperty(Uint32 index)
+{
+    checkedRep(_rep)->removeProperty(index);
+}
+
+Uint32 CIMObject::getPropertyCount() const
+{
+    return checkedRep(_rep)->propertyCount();
+}
+
+CIMObject CIMObject::clone() const
+{
+    return CIMRepAccess::adopt<CIMObject>(checkedRep(_rep)->cloneRep());
+}
+
+Boolean CIMObject::identical(const CIMConstObject& x) const
+{
+    return checkedRep(_rep)->identical(checkedRep(x._rep));
+}
+
+Boolean CIMObject::isUninitialized() const
+{
+    return _rep == 0;
+}
+
+String CIMObject::toString() const
+{
+    checkedRep(_rep);
+    return objectText(*this);
+}
+
+Boolean CIMObject::isClass() const
+{
+    return _rep && _rep->isClass();
+}
+
+Boolean CIMObject::isInstance() const
+{
+    return _rep && !_rep->isClass();
+}
+
+//
+// CIMConstObject
+//
+
+CIMConstObject::CIMConstObject() : _rep(0) {}
+
+CIMConstObject::CIMConstObject(const CIMConstObject& x) : _rep(repRef(x._rep))
+{
+}
+
+CIMConstObject::CIMConstObject(const CIMObject& x) : _rep(repRef(x._rep)) {}
+
+CIMConstObject::CIMConstObject(const CIMClass& x) : _rep(repRef(x._rep)) {}
+
+CIMConstObject::CIMConstObject(const CIMInstance& x) : _rep(repRef(x._rep))
+{
+}
+
+CIMConstObject::CIMConstObject(const CIMConstClass& x) : _rep(repRef(x._rep))
+{
+}
+
+CIMConstObject::CIMConstObject(const CIMConstInstance& x)
+    : _rep(repRef(x._rep))
+{
+}
+
+CIMConstObject& CIMConstObject::operator=(const CIMConstObject& x)
+{
+    repAssign(_rep, x._rep);
+    return *this;
+}
+
+CIMConstObject::~CIMConstObject()
+{
+    repUnref(_rep);
+}
+
+const CIMName& CIMConstObject::getClassName() const
+{
+    return checkedRep(_rep)->getClassName();
+}
+
+const CIMObjectPath& CIMConstObject::getPath() const
+{
+    return checkedRep(_rep)->reference;
+}
+
+Uint32 CIMConstObject::findQualifier(const CIMName& name) const
+{
+    return checkedRep(_rep)->qualifiers.find(name);
+}
+
+CIMConstQualifier CIMConstObject::getQualifier(Uint32 index) const
+{
+    return CIMRepAccess::share<CIMConstQualifier>(
+        checkedRep(_rep)->qualifiers.at(index));
+}
+
+Uint32 CIMConstObject::getQualifierCount() const
+{
+    return checkedRep(_rep)->qualifiers.size();
+}
+
+Uint32 CIMConstObject::findProperty(const CIMName& name) const
+{
+    return checkedRep(_rep)->findProperty(name);
+}
+
+CIMConstProperty CIMConstObject::getProperty(Uint32 index) const
+{
+    return CIMRepAccess::share<CIMConstProperty>(
+        checkedRep(_rep)->propertyAt(index));
+}
+
+Uint32 CIMConstObject::getPropertyCount() const
+{
+    return checkedRep(_rep)->propertyCount();
+}
+
+CIMObject CIMConstObject::clone() const
+{
+    return CIMRepAccess::adopt<CIMObject>(checkedRep(_rep)->cloneRep());
+}
+
+Boolean CIMConstObject::identical(const CIMConstObject& x) const
+{
+    return checkedRep(_rep)->identical(checkedRep(x._rep));
+}
+
+Boolean CIMConstObject::isUninitialized() const
+{
+    return _rep == 0;
+}
+
+String CIMConstObject::toString() const
+{
+    checkedRep(_rep);
+    return objectText(*this);
+}
+
+Boolean CIMConstObject::isClass() const
+{
+    return _rep && _rep->isClass();
+}
+
+Boolean CIMConstObject::isInstance() const
+{
+    return _rep && !_rep->isClass();
+}
+
+PEGASUS_NAMESPACE_END

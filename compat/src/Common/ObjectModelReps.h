@@ -1,0 +1,325 @@
+// Shared representations behind the handle classes of the object model
+// (qualifiers, properties, parameters, methods, classes, instances).
+// Internal to libpegcommon.
+#ifndef Pegasus_ObjectModelReps_h
+#define Pegasus_ObjectModelReps_h
+
+#include <atomic>
+#include <vector>
+
+#include <Pegasus/Common/Config.h>
+#include <Pegasus/Common/String.h>
+#include <Pegasus/Common/CIMName.h>
+#include <Pegasus/Common/CIMValue.h>
+#include <Pegasus/Common/CIMObjectPath.h>
+#include <Pegasus/Common/CIMFlavor.h>
+#include <Pegasus/Common/CIMScope.h>
+#include <Pegasus/Common/CIMQualifier.h>
+#include <Pegasus/Common/CIMQualifierDecl.h>
+#include <Pegasus/Common/CIMProperty.h>
+#include <Pegasus/Common/CIMParameter.h>
+#include <Pegasus/Common/CIMMethod.h>
+#include <Pegasus/Common/CIMObject.h>
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMClass.h>
+#include <Pegasus/Common/CIMParamValue.h>
+#include <Pegasus/Common/Exception.h>
+#include <Pegasus/Common/InternalException.h>
+
+PEGASUS_NAMESPACE_BEGIN
+
+// Most elements a qualifier, property, method or parameter list may hold.
+const Uint32 MAX_CONTAINER_ELEMENTS = 1000;
+
+// Base of every shared representation: an atomic reference count that
+// starts at one for the handle that creates the representation.
+struct RefCountedRep
+{
+    RefCountedRep() : refs(1) {}
+    RefCountedRep(const RefCountedRep&) : refs(1) {}
+    RefCountedRep& operator=(const RefCountedRep&) = delete;
+
+    mutable std::atomic<Uint32> refs;
+};
+
+template<class R>
+inline R* repRef(R* rep)
+{
+    if (rep)
+        rep->refs.fetch_add(1, std::memory_order_relaxed);
+    return rep;
+}
+
+template<class R>
+inline void repUnref(R* rep)
+{
+    if (rep && rep->refs.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        delete rep;
+}
+
+template<class R>
+inline R* checkedRep(R* rep)
+{
+    if (!rep)
+        throw UninitializedObjectException();
+    return rep;
+}
+
+// Reaches the representation inside a handle, and makes handles from
+// representations, for the implementation of the object model.
+struct CIMRepAccess
+{
+    template<class H>
+    static auto rep(const H& handle) -> decltype(handle._rep)
+    {
+        return handle._rep;
+    }
+
+    // A handle holding rep; takes over one reference the caller owns.
+    template<class H, class R>
+    static H adopt(R* rep)
+    {
+        H handle;
+        handle._rep = rep;
+        return handle;
+    }
+
+    // A handle sharing rep (adds a reference).
+    template<class H, class R>
+    static H share(R* rep)
+    {
+        return adopt<H>(repRef(rep));
+    }
+};
+
+// Assigns a representation to a handle's pointer, keeping counts right even
+// when both are the same.
+template<class R, class S>
+inline void repAssign(R*& target, S* source)
+{
+    if (target != source)
+    {
+        repRef(source);
+        repUnref(target);
+        target = source;
+    }
+}
+
+class CIMQualifierRep : public RefCountedRep
+{
+public:
+    CIMQualifierRep(const CIMName& name_, const CIMValue& value_,
+        const CIMFlavor& flavor_, Uint32 propagated_);
+
+    CIMName name;
+    CIMValue value;
+    CIMFlavor flavor;
+    Uint32 propagated;
+
+    Boolean identical(const CIMQualifierRep* x) const;
+};
+
+class CIMQualifierDeclRep : public RefCountedRep
+{
+public:
+    CIMQualifierDeclRep(const CIMName& name_, const CIMValue& value_,
+        const CIMScope& scope_, const CIMFlavor& flavor_, Uint32 arraySize_);
+
+    CIMName name;
+    CIMValue value;
+    CIMScope scope;
+    CIMFlavor flavor;
+    Uint32 arraySize;
+
+    Boolean identical(const CIMQualifierDeclRep* x) const;
+};
+
+// The qualifiers of an element, in the order they were added; names unique
+// ignoring case.
+class CIMQualifierList
+{
+public:
+    void add(const CIMQualifier& qualifier);
+    Uint32 find(const CIMName& name) const;
+    CIMQualifierRep* at(Uint32 index) const;
+    void remove(Uint32 index);
+    Uint32 size() const { return Uint32(_items.size()); }
+    void clear() { _items.clear(); }
+    Boolean identical(const CIMQualifierList& x) const;
+    // Appends deep copies of the qualifiers of x.
+    void cloneFrom(const CIMQualifierList& x);
+    // True when the named qualifier is present with the boolean value true.
+    Boolean isTrue(const CIMName& name) const;
+
+private:
+    std::vector<CIMQualifier> _items;
+};
+
+class CIMPropertyRep : public RefCountedRep
+{
+public:
+    CIMPropertyRep(const CIMName& name_, const CIMValue& value_,
+        Uint32 arraySize_, const CIMName& referenceClassName_,
+        const CIMName& classOrigin_, Boolean propagated_);
+    CIMPropertyRep(const CIMPropertyRep& x, Boolean withQualifiers,
+        Boolean withClassOrigin);
+
+    CIMName name;
+    CIMValue value;
+    Uint32 arraySize;
+    CIMName referenceClassName;
+    CIMName classOrigin;
+    Boolean propagated;
+    CIMQualifierList qualifiers;
+    // Number of classes or instances this property belongs to.
+    Uint32 ownerCount;
+
+    Boolean identical(const CIMPropertyRep* x) const;
+};
+
+class CIMParameterRep : public RefCountedRep
+{
+public:
+    CIMParameterRep(const CIMName& name_, CIMType type_, Boolean isArray_,
+        Uint32 arraySize_, const CIMName& referenceClassName_);
+    CIMParameterRep(const CIMParameterRep& x);
+
+    CIMName name;
+    CIMType type;
+    Boolean isArray;
+    Uint32 arraySize;
+    CIMName referenceClassName;
+    CIMQualifierList qualifiers;
+    Uint32 ownerCount;
+
+    Boolean identical(const CIMParameterRep* x) const;
+};
+
+class CIMMethodRep : public RefCountedRep
+{
+public:
+    CIMMethodRep(const CIMName& name_, CIMType type_,
+        const CIMName& classOrigin_, Boolean propagated_);
+    CIMMethodRep(const CIMMethodRep& x);
+    ~CIMMethodRep();
+
+    CIMName name;
+    CIMType type;
+    CIMName classOrigin;
+    Boolean propagated;
+    CIMQualifierList qualifiers;
+    std::vector<CIMParameter> parameters;
+    Uint32 ownerCount;
+
+    void addParameter(const CIMParameter& x);
+    Uint32 findParameter(const CIMName& name) const;
+    CIMParameterRep* parameterAt(Uint32 index) const;
+    void removeParameter(Uint32 index);
+    Boolean identical(const CIMMethodRep* x) const;
+};
+
+// What classes and instances have in common: a path (which carries the class
+// name), qualifiers and properties.
+class CIMObjectRep : public RefCountedRep
+{
+public:
+    explicit CIMObjectRep(const CIMName& className);
+    CIMObjectRep(const CIMObjectRep& x);
+    virtual ~CIMObjectRep();
+
+    virtual Boolean isClass() const = 0;
+    virtual CIMObjectRep* cloneRep() const = 0;
+    virtual Boolean identical(const CIMObjectRep* x) const;
+
+    const CIMName& getClassName() const { return reference.getClassName(); }
+    void setPath(const CIMObjectPath& path);
+
+    virtual void addProperty(const CIMProperty& x);
+    Uint32 findProperty(const CIMName& name) const;
+    CIMPropertyRep* propertyAt(Uint32 index) const;
+    void removeProperty(Uint32 index);
+    Uint32 propertyCount() const { return Uint32(properties.size()); }
+
+    CIMObjectPath reference;
+    CIMQualifierList qualifiers;
+    std::vector<CIMProperty> properties;
+
+protected:
+    // Appends p (already checked) and marks it owned.
+    void appendProperty(const CIMProperty& p);
+};
+
+class CIMClassRep : public CIMObjectRep
+{
+public:
+    CIMClassRep(const CIMName& className, const CIMName& superClassName_);
+    CIMClassRep(const CIMClassRep& x);
+    ~CIMClassRep() override;
+
+    Boolean isClass() const override { return true; }
+    CIMObjectRep* cloneRep() const override;
+    Boolean identical(const CIMObjectRep* x) const override;
+    void addProperty(const CIMProperty& x) override;
+
+    void addMethod(const CIMMethod& x);
+    Uint32 findMethod(const CIMName& name) const;
+    CIMMethodRep* methodAt(Uint32 index) const;
+    void removeMethod(Uint32 index);
+
+    void getKeyNames(Array<CIMName>& keyNames) const;
+    Boolean hasKeys() const;
+    CIMInstance buildInstance(Boolean includeQualifiers,
+        Boolean includeClassOrigin, const CIMPropertyList& propertyList) const;
+
+    CIMName superClassName;
+    std::vector<CIMMethod> methods;
+};
+
+class CIMInstanceRep : public CIMObjectRep
+{
+public:
+    explicit CIMInstanceRep(const CIMName& className);
+    CIMInstanceRep(const CIMInstanceRep& x);
+
+    Boolean isClass() const override { return false; }
+    CIMObjectRep* cloneRep() const override;
+
+    CIMObjectPath buildPath(const CIMClassRep* cimClass) const;
+    void instanceFilter(Boolean includeQualifiers, Boolean includeClassOrigin,
+        const CIMPropertyList& propertyList);
+
+    // Reserves room for n properties (used when building from a class).
+    void reserve(Uint32 n) { properties.reserve(n); }
+    void appendOwned(CIMPropertyRep* rep);
+};
+
+class CIMParamValueRep : public RefCountedRep
+{
+public:
+    CIMParamValueRep(const String& name_, const CIMValue& value_,
+        Boolean isTyped_)
+        : name(name_), value(value_), isTyped(isTyped_) {}
+
+    String name;
+    CIMValue value;
+    Boolean isTyped;
+};
+
+// Checks shared by the handle classes.
+void throwIndexOutOfBounds();
+
+inline void checkIndex(Uint32 index, Uint32 size)
+{
+    if (index >= size)
+        throwIndexOutOfBounds();
+}
+
+// Throws UninitializedObjectException for a null name.
+void checkName(const CIMName& name);
+
+// The text of an AlreadyExistsException: kind "name".
+String quotedName(const char* kind, const CIMName& name);
+
+PEGASUS_NAMESPACE_END
+
+#endif

@@ -1,0 +1,183 @@
+// Instances built from classes, instance paths, filtering.
+#include <gtest/gtest.h>
+
+#include <Pegasus/Common/CIMClass.h>
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/InternalException.h>
+
+PEGASUS_USING_PEGASUS;
+
+namespace
+{
+
+// A job class as the server returns it: inherited properties with class
+// origins, a key, defaults, qualifiers on the class and on properties.
+CIMClass jobClass()
+{
+    CIMClass cls("VELK_ConcreteJob", "CIM_ConcreteJob");
+    cls.setPath(CIMObjectPath("//server/root/velk:VELK_ConcreteJob"));
+    cls.addQualifier(CIMQualifier("Description", CIMValue(String("A job"))));
+    cls.addProperty(CIMProperty("InstanceID", CIMValue(CIMTYPE_STRING, false),
+        0, CIMName(), "CIM_ManagedElement", true)
+        .addQualifier(CIMQualifier("Key", CIMValue(true))));
+    cls.addProperty(CIMProperty("Name", CIMValue(CIMTYPE_STRING, false),
+        0, CIMName(), "CIM_ManagedSystemElement", true)
+        .addQualifier(CIMQualifier("Key", CIMValue(false))));
+    cls.addProperty(CIMProperty("DeleteOnCompletion", CIMValue(true),
+        0, CIMName(), "CIM_Job", true));
+    cls.addProperty(CIMProperty("Owner", CIMValue(CIMTYPE_REFERENCE, false),
+        0, "CIM_System", "VELK_ConcreteJob"));
+    cls.addProperty(CIMProperty("Codes", CIMValue(Array<Uint16>(2, 5)),
+        2, CIMName(), "VELK_ConcreteJob"));
+    cls.getProperty(4).addQualifier(CIMQualifier("ValueMap",
+        CIMValue(String("1")), CIMFlavor::TOINSTANCE));
+    return cls;
+}
+
+CIMPropertyList names(std::initializer_list<const char*> list)
+{
+    Array<CIMName> a;
+    for (const char* n : list)
+        a.append(CIMName(n));
+    return CIMPropertyList(a);
+}
+
+}
+
+TEST(BuildInstance, WithoutQualifiersOrClassOrigin)
+{
+    CIMClass cls = jobClass();
+    CIMInstance inst = cls.buildInstance(false, false, CIMPropertyList());
+
+    EXPECT_EQ(String("VELK_ConcreteJob"), inst.getPath().toString());
+    EXPECT_EQ(0u, inst.getQualifierCount());
+    ASSERT_EQ(5u, inst.getPropertyCount());
+    const char* order[] = {"InstanceID", "Name", "DeleteOnCompletion", "Owner", "Codes"};
+    for (Uint32 i = 0; i < 5; i++)
+    {
+        CIMConstProperty p = inst.getProperty(i);
+        EXPECT_EQ(String(order[i]), p.getName().getString());
+        EXPECT_EQ(0u, p.getQualifierCount());
+        EXPECT_TRUE(p.getClassOrigin().isNull());
+        EXPECT_TRUE(p.getValue().equal(cls.getProperty(i).getValue()));
+    }
+    EXPECT_TRUE(inst.getProperty(0).getPropagated());
+    EXPECT_FALSE(inst.getProperty(3).getPropagated());
+    EXPECT_EQ(CIMTYPE_STRING, inst.getProperty(0).getType());
+    EXPECT_TRUE(inst.getProperty(0).getValue().isNull());
+    EXPECT_EQ(String("CIM_System"), inst.getProperty(3).getReferenceClassName().getString());
+    EXPECT_EQ(2u, inst.getProperty(4).getArraySize());
+    // The class keeps its class origins.
+    EXPECT_EQ(String("CIM_Job"), cls.getProperty(2).getClassOrigin().getString());
+}
+
+TEST(BuildInstance, WithQualifiersAndClassOriginCopiesThem)
+{
+    CIMClass cls = jobClass();
+    CIMInstance inst = cls.buildInstance(true, true, CIMPropertyList());
+
+    ASSERT_EQ(1u, inst.getQualifierCount());
+    EXPECT_EQ(String("Description"), inst.getQualifier(0).getName().getString());
+    EXPECT_EQ(1u, inst.getProperty(0).getQualifierCount());
+    EXPECT_TRUE(inst.getProperty(4).getQualifier(0).getFlavor().hasFlavor(CIMFlavor::TOINSTANCE));
+    EXPECT_EQ(String("CIM_ManagedElement"), inst.getProperty(0).getClassOrigin().getString());
+
+    // Everything is copied: changing the instance leaves the class alone.
+    inst.getQualifier(0).setValue(CIMValue(String("changed")));
+    inst.getProperty(0).getQualifier(0).setValue(CIMValue(false));
+    inst.getProperty(2).setValue(CIMValue(false));
+    String d;
+    cls.getQualifier(0).getValue().get(d);
+    EXPECT_EQ(String("A job"), d);
+    Boolean b = false;
+    cls.getProperty(0).getQualifier(0).getValue().get(b);
+    EXPECT_TRUE(b);
+    cls.getProperty(2).getValue().get(b);
+    EXPECT_TRUE(b);
+    EXPECT_TRUE(cls.hasKeys());
+}
+
+TEST(BuildInstance, PropertyListSelectsInClassOrder)
+{
+    CIMClass cls = jobClass();
+    CIMInstance some = cls.buildInstance(false, true,
+        names({"codes", "Unknown", "INSTANCEID"}));
+    ASSERT_EQ(2u, some.getPropertyCount());
+    EXPECT_EQ(String("InstanceID"), some.getProperty(0).getName().getString());
+    EXPECT_EQ(String("Codes"), some.getProperty(1).getName().getString());
+    EXPECT_EQ(String("VELK_ConcreteJob"), some.getProperty(1).getClassOrigin().getString());
+
+    CIMInstance none = cls.buildInstance(true, true, CIMPropertyList(Array<CIMName>()));
+    EXPECT_EQ(0u, none.getPropertyCount());
+    EXPECT_EQ(1u, none.getQualifierCount());
+}
+
+TEST(BuildInstance, BuildPathUsesTheKeysOfTheClass)
+{
+    CIMClass cls = jobClass();
+    Array<CIMName> keys;
+    cls.getKeyNames(keys);
+    ASSERT_EQ(1u, keys.size());
+    EXPECT_EQ(String("InstanceID"), keys[0].getString());
+
+    CIMInstance inst = cls.buildInstance(false, false, CIMPropertyList());
+    inst.getProperty(0).setValue(CIMValue(String("VELK:task:7")));
+    inst.setPath(CIMObjectPath("//h/root/velk:VELK_ConcreteJob.InstanceID=\"old\""));
+    CIMObjectPath path = inst.buildPath(cls);
+    EXPECT_EQ(String("VELK_ConcreteJob.InstanceID=\"VELK:task:7\""), path.toString());
+    // buildPath does not update the stored path.
+    EXPECT_EQ(String("//h/root/velk:VELK_ConcreteJob.InstanceID=\"old\""),
+        inst.getPath().toString());
+
+    CIMClass keyless("VELK_Setting");
+    keyless.addProperty(CIMProperty("Value", CIMValue(Uint32(3))));
+    CIMInstance setting("VELK_Setting");
+    EXPECT_EQ(String("VELK_Setting"), setting.buildPath(keyless).toString());
+
+    CIMInstance missing("VELK_ConcreteJob");
+    try
+    {
+        missing.buildPath(cls);
+        FAIL() << "no exception";
+    }
+    catch (const NoSuchProperty& e)
+    {
+        EXPECT_EQ(String("no such property: InstanceID"), e.getMessage());
+    }
+}
+
+TEST(BuildInstance, InstanceFilterRemovesWhatWasNotAskedFor)
+{
+    CIMClass cls = jobClass();
+    CIMInstance inst = cls.buildInstance(true, true, CIMPropertyList());
+    CIMProperty owner = inst.getProperty(3);
+
+    inst.instanceFilter(true, true, CIMPropertyList());
+    EXPECT_EQ(5u, inst.getPropertyCount());
+    EXPECT_EQ(1u, inst.getQualifierCount());
+
+    inst.instanceFilter(false, false, names({"Owner", "InstanceID"}));
+    ASSERT_EQ(2u, inst.getPropertyCount());
+    EXPECT_EQ(String("InstanceID"), inst.getProperty(0).getName().getString());
+    EXPECT_EQ(0u, inst.getQualifierCount());
+    EXPECT_EQ(0u, inst.getProperty(0).getQualifierCount());
+    EXPECT_TRUE(inst.getProperty(1).getClassOrigin().isNull());
+    // Kept properties are still the same handles.
+    EXPECT_TRUE(owner.getClassOrigin().isNull());
+
+    inst.filter(false, false, CIMPropertyList(Array<CIMName>()));
+    EXPECT_EQ(2u, inst.getPropertyCount());
+}
+
+TEST(BuildInstance, QualifierTestsNeedTheValueTrue)
+{
+    CIMClass assoc("VELK_OwningJobElement");
+    EXPECT_FALSE(assoc.isAssociation());
+    assoc.addQualifier(CIMQualifier("ASSOCIATION", CIMValue(true)));
+    assoc.addQualifier(CIMQualifier("Abstract", CIMValue(false)));
+    EXPECT_TRUE(assoc.isAssociation());
+    EXPECT_FALSE(assoc.isAbstract());
+    EXPECT_FALSE(assoc.hasKeys());
+    CIMConstClass view(assoc);
+    EXPECT_TRUE(view.isAssociation());
+}
