@@ -410,7 +410,7 @@ VELKAPI_EXPORT api_Status_t api_getVolume(const char* name, api_vv_t* vv);
 
 #define VV_SYNC_STATE_SYNCHRONIZED 6
 #define VV_SYNC_STATE_FRACTURED 13
-#define VV_SYNC_STATE_SYNCHRONIZING 4
+#define VV_SYNC_STATE_SYNCHRONIZING 5
 
 /* A synchronization between two volumes: system_vv is the source side,
  * synced_vv the replica. */

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <set>
 #include <sstream>
 #include <thread>
 #include <vector>
@@ -678,6 +679,54 @@ TEST_F(Velkapi, RelativeTimesAreResolvedAtLoad)
     EXPECT_EQ(l.tasks[0].tsk_start_time, T0 + 20);
     EXPECT_EQ(l.tasks[0].tsk_curr_step, 3);
     EXPECT_EQ(json::parse(readAll(statePath))["tasks"][0]["start"], T0 + 20);
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(Velkapi, DemoArrayLoadsWithEveryKindOfJob)
+{
+    velksim::loadStateJson(readAll(fs::path(VELK_SOURCE_DIR) / "demo" / "array.json"));
+    TaskList l = tasks(API_TASK_READ_ALL, 0);
+    EXPECT_GE(l.count, 24);
+    std::set<int> types;
+    int running = 0, completed = 0, failed = 0, cancelled = 0, unsupported = 0;
+    const std::uint32_t supported = 0xa500ff80u;
+    for (int i = 0; i < l.count; ++i) {
+        const tsk_data_t& t = l.tasks[i];
+        types.insert(t.tsk_type);
+        if (t.tsk_type > 31 || !(supported & (1u << t.tsk_type)))
+            ++unsupported;
+        if (!t.tsk_done)
+            ++running;
+        else if (t.tsk_cancelled)
+            ++cancelled;
+        else if (t.tsk_error)
+            ++failed;
+        else
+            ++completed;
+    }
+    for (int type : {7, 8, 9, 10, 11, 12, 13, 14, 15, 24, 26, 29, 31})
+        EXPECT_TRUE(types.count(type)) << "no task of type " << type;
+    EXPECT_GE(unsupported, 3);
+    EXPECT_GE(running, 3);
+    EXPECT_GE(completed, 3);
+    EXPECT_GE(failed, 3);
+    EXPECT_GE(cancelled, 2);
+    EXPECT_EQ(api_velkOpenForCimserver("root"), 0);
+    EXPECT_EQ(api_authorizeCIMUser("root", "", "velk_concretejob.deleteinstance"), 0);
+
+    // Element names of the copy jobs name volumes of the array.
+    for (int i = 0; i < l.count; ++i) {
+        const std::string name = l.tasks[i].tsk_name;
+        const auto arrow = name.find("->");
+        if (arrow == std::string::npos)
+            continue;
+        api_vv_t vv;
+        EXPECT_EQ(api_getVolume(name.substr(0, arrow).c_str(), &vv).code, 0) << name;
+        EXPECT_EQ(api_getVolume(name.substr(arrow + 2).c_str(), &vv).code, 0) << name;
+    }
 }
 
 } // namespace
