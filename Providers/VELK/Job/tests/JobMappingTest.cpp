@@ -1,0 +1,422 @@
+// Tests of the task-to-job functions of VELK_ConcreteJobProvider that read
+// only their arguments: state and percentage, identity, element names of
+// remote-copy groups, and the module's provider factory.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <Pegasus/Common/Exception.h>
+#include <Pegasus/Provider/CIMProvider.h>
+
+#include <velkapi_control.hpp>
+
+#include "VELK_ConcreteJobProvider.h"
+
+using namespace Pegasus;
+
+extern "C" CIMProvider* PegasusCreateProvider(const String& providerName);
+
+namespace
+{
+
+std::string str(const String& s)
+{
+    return std::string((const char*)s.getCString());
+}
+
+tsk_data_v103 task(task_e type, bool done = false, bool cancelled = false,
+    int error = 0)
+{
+    tsk_data_v103 t;
+    memset(&t, 0, sizeof(t));
+    t.taskid.tid = 42;
+    t.tsk_type = type;
+    t.tsk_done = done ? 1 : 0;
+    t.tsk_cancelled = cancelled ? 1 : 0;
+    t.tsk_error = error;
+    return t;
+}
+
+tsk_data_v103 counters(task_e type, int phaseMax, int currPhase, int stepMax,
+    int currStep)
+{
+    tsk_data_v103 t = task(type);
+    t.tsk_phase_max = phaseMax;
+    t.tsk_curr_phase = currPhase;
+    t.tsk_step_max = stepMax;
+    t.tsk_curr_step = currStep;
+    return t;
+}
+
+std::vector<Uint16> vec(const Array<Uint16>& a)
+{
+    std::vector<Uint16> v;
+    for (Uint32 i = 0; i < a.size(); i++)
+        v.push_back(a[i]);
+    return v;
+}
+
+std::vector<std::string> vec(const Array<String>& a)
+{
+    std::vector<std::string> v;
+    for (Uint32 i = 0; i < a.size(); i++)
+        v.push_back(str(a[i]));
+    return v;
+}
+
+class LogCapture
+{
+public:
+    LogCapture()
+    {
+        velksim::setCapture(true);
+        velksim::clearCaptured();
+    }
+    ~LogCapture() { velksim::setCapture(false); }
+    std::vector<velksim::LogLine> lines() { return velksim::logLines(); }
+};
+
+typedef VELK_ConcreteJobProvider P;
+
+} // namespace
+
+// ---------------------------------------------------------------------------
+// State mapping: every row of the decision order
+// ---------------------------------------------------------------------------
+
+TEST(JobStateMapping, RunningTask)
+{
+    tsk_data_v103 t = counters(TASK_VVCOPY, 1, 1, 10, 5);
+    EXPECT_EQ(4, P::getJobState(t));
+    EXPECT_EQ("OK", str(P::getJobStatus(t)));
+    EXPECT_EQ(std::vector<Uint16>({2}), vec(P::getJobOpStatus(t)));
+    EXPECT_EQ(std::vector<std::string>({"OK"}),
+        vec(P::getJobStatusDescription(t)));
+}
+
+TEST(JobStateMapping, SynchronisingRemoteCopyAtHundredIsCompletedOnlyInState)
+{
+    tsk_data_v103 t = counters(TASK_RC_SYNC, 1, 1, 10, 10);
+    EXPECT_EQ(100, P::getPercentComplete(t));
+    EXPECT_EQ(7, P::getJobState(t));
+    EXPECT_EQ("OK", str(P::getJobStatus(t)));
+    EXPECT_EQ(std::vector<Uint16>({2}), vec(P::getJobOpStatus(t)));
+    EXPECT_EQ(std::vector<std::string>({"OK"}),
+        vec(P::getJobStatusDescription(t)));
+
+    // Any other type at the same counters stays running at 99.
+    tsk_data_v103 copy = counters(TASK_VVCOPY, 1, 1, 10, 10);
+    EXPECT_EQ(99, P::getPercentComplete(copy));
+    EXPECT_EQ(4, P::getJobState(copy));
+}
+
+TEST(JobStateMapping, CancelledWinsOverError)
+{
+    tsk_data_v103 t = task(TASK_VVCOPY, true, true, 5);
+    EXPECT_EQ(8, P::getJobState(t));
+    EXPECT_EQ("Stopped", str(P::getJobStatus(t)));
+    EXPECT_EQ(std::vector<Uint16>({10}), vec(P::getJobOpStatus(t)));
+    EXPECT_EQ(std::vector<std::string>({"Stopped"}),
+        vec(P::getJobStatusDescription(t)));
+}
+
+TEST(JobStateMapping, FailedAndCompleted)
+{
+    tsk_data_v103 failed = task(TASK_RC_FAILOVER, true, false, -3);
+    EXPECT_EQ(10, P::getJobState(failed));
+    EXPECT_EQ("Error", str(P::getJobStatus(failed)));
+    EXPECT_EQ(std::vector<Uint16>({6, 17}), vec(P::getJobOpStatus(failed)));
+    EXPECT_EQ(std::vector<std::string>({"Error", "Completed"}),
+        vec(P::getJobStatusDescription(failed)));
+
+    tsk_data_v103 done = task(TASK_RC_SYNC, true);
+    EXPECT_EQ(7, P::getJobState(done));
+    EXPECT_EQ("OK", str(P::getJobStatus(done)));
+    EXPECT_EQ(std::vector<Uint16>({2, 17}), vec(P::getJobOpStatus(done)));
+    EXPECT_EQ(std::vector<std::string>({"OK", "Completed"}),
+        vec(P::getJobStatusDescription(done)));
+}
+
+TEST(JobStateMapping, MappingTraceLines)
+{
+    LogCapture log;
+    tsk_data_v103 t = task(TASK_VVCOPY, true);
+    P::getJobStatusDescription(t);
+    P::getJobOwner(TASK_VVCOPY);
+    P::isRcopyGroupTarget(TASK_VVCOPY);
+    std::vector<velksim::LogLine> lines = log.lines();
+    ASSERT_EQ(4u, lines.size());
+    EXPECT_EQ("--> VELK_ConcreteJobProvider::getJobStatusDescription\n",
+        lines[0].text);
+    // The description borrows the exit line of its sibling.
+    EXPECT_EQ("<-- VELK_ConcreteJobProvider::getJobOpStatus\n", lines[1].text);
+    EXPECT_EQ("--> VELK_ConcreteJobProvider::getJobOwner\n", lines[2].text);
+    EXPECT_EQ("--> VELK_ConcreteJobProvider::supportedJobType\n",
+        lines[3].text);
+    for (const auto& l : lines)
+        EXPECT_EQ(4, l.level);
+}
+
+// ---------------------------------------------------------------------------
+// Percent complete
+// ---------------------------------------------------------------------------
+
+TEST(JobPercent, StepsWithoutPhases)
+{
+    EXPECT_EQ(25, P::getPercentComplete(counters(TASK_VVCOPY, 1, 1, 200, 50)));
+    EXPECT_EQ(33, P::getPercentComplete(counters(TASK_VVCOPY, 0, 0, 3, 1)));
+}
+
+TEST(JobPercent, EarlierPhaseIgnoresSteps)
+{
+    EXPECT_EQ(50, P::getPercentComplete(counters(TASK_VVCOPY, 4, 2, 10, 9)));
+    EXPECT_EQ(50, P::getPercentComplete(counters(TASK_VVCOPY, 4, 2, 0, 0)));
+    EXPECT_EQ(0, P::getPercentComplete(counters(TASK_VVCOPY, 4, 0, 10, 3)));
+}
+
+TEST(JobPercent, LastPhase)
+{
+    EXPECT_EQ(87, P::getPercentComplete(counters(TASK_VVCOPY, 4, 4, 10, 5)));
+    // No steps in the last phase.
+    EXPECT_EQ(75, P::getPercentComplete(counters(TASK_VVCOPY, 4, 4, 0, 0)));
+    // Past the last phase counts like the last one.
+    EXPECT_EQ(87, P::getPercentComplete(counters(TASK_VVCOPY, 4, 6, 10, 5)));
+}
+
+TEST(JobPercent, NoPhasesNoStepsIs99WithTwoWarnings)
+{
+    LogCapture log;
+    EXPECT_EQ(99, P::getPercentComplete(counters(TASK_VVCOPY, 0, 0, 0, 0)));
+    std::vector<velksim::LogLine> lines = log.lines();
+    ASSERT_EQ(2u, lines.size());
+    EXPECT_EQ(3, lines[0].level);
+    EXPECT_EQ("both tsk_step_max && tsk_phase_max is 0\n", lines[0].text);
+    EXPECT_EQ(3, lines[1].level);
+    EXPECT_EQ("Phase Max=0, Curr Phase=0, Step max=0, Curr Step=0\n",
+        lines[1].text);
+}
+
+TEST(JobPercent, HundredWhileRunningIsWarnedAndCutUnlessRemoteSync)
+{
+    LogCapture log;
+    EXPECT_EQ(99, P::getPercentComplete(counters(TASK_VVCOPY, 2, 2, 4, 4)));
+    std::vector<velksim::LogLine> lines = log.lines();
+    ASSERT_EQ(2u, lines.size());
+    EXPECT_EQ("Task not done but completed at 100!\n", lines[0].text);
+    EXPECT_EQ("Phase Max=2, Curr Phase=2, Step max=4, Curr Step=4\n",
+        lines[1].text);
+    velksim::clearCaptured();
+    EXPECT_EQ(100, P::getPercentComplete(counters(TASK_RC_SYNC, 2, 2, 4, 4)));
+    EXPECT_EQ(2u, log.lines().size());
+}
+
+TEST(JobPercent, DoneIsHundredWhateverTheCounters)
+{
+    LogCapture log;
+    tsk_data_v103 t = counters(TASK_VVCOPY, 4, 1, 10, 0);
+    t.tsk_done = 1;
+    EXPECT_EQ(100, P::getPercentComplete(t));
+    EXPECT_TRUE(log.lines().empty());
+}
+
+TEST(JobPercent, OddCountersAreNotClamped)
+{
+    EXPECT_EQ(150, P::getPercentComplete(counters(TASK_VVCOPY, 1, 1, 10, 15)));
+    // Low 16 bits of a negative result.
+    EXPECT_EQ((Uint16)-10,
+        P::getPercentComplete(counters(TASK_VVCOPY, 1, 1, 10, -1)));
+    EXPECT_EQ((Uint16)(-25 * 100 / 4),
+        P::getPercentComplete(counters(TASK_VVCOPY, 4, -25, 0, 0)));
+}
+
+// ---------------------------------------------------------------------------
+// Task-type sets and owners
+// ---------------------------------------------------------------------------
+
+TEST(JobTypes, SupportedSetsAndOwners)
+{
+    const std::vector<int> remote = {9, 12, 13, 14, 15, 26, 29, 31};
+    const std::vector<int> local = {7, 8, 10, 11, 24};
+    for (int n = -3; n <= 40; n++)
+    {
+        task_e type = (task_e)n;
+        bool isRemote =
+            std::find(remote.begin(), remote.end(), n) != remote.end();
+        bool isLocal =
+            std::find(local.begin(), local.end(), n) != local.end();
+        SCOPED_TRACE(n);
+        EXPECT_EQ(isRemote || isLocal, P::supportedJobType(type));
+        EXPECT_EQ(isRemote, P::rcopyJobType(type));
+        EXPECT_EQ(isRemote && n != 9, P::isRcopyGroupTarget(type));
+        EXPECT_EQ(isRemote ? "VELK_ReplicationService"
+                : isLocal ? "VELK_StorageConfigurationService" : "",
+            str(P::getJobOwner(type)));
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Identity
+// ---------------------------------------------------------------------------
+
+TEST(JobIdentity, InstanceIDRoundTrips)
+{
+    EXPECT_EQ("KORVANE:task_id:0", str(P::makeUniqueID(0)));
+    EXPECT_EQ("KORVANE:task_id:1234", str(P::makeUniqueID(1234)));
+    EXPECT_EQ("KORVANE:task_id:4294967295",
+        str(P::makeUniqueID(4294967295u)));
+    for (Uint32 id : {0u, 1u, 99999u, 4294967294u, 4294967295u})
+        EXPECT_EQ(id, P::extractTaskIDFromInstanceID(P::makeUniqueID(id)));
+}
+
+TEST(JobIdentity, MalformedKeysReadAsNoTask)
+{
+    const Uint32 none = 0xFFFFFFFF;
+    EXPECT_EQ(none, P::extractTaskIDFromInstanceID("KORVANE:TASK_ID:5"));
+    EXPECT_EQ(none, P::extractTaskIDFromInstanceID("KORVANE:task_id:"));
+    EXPECT_EQ(none, P::extractTaskIDFromInstanceID("KORVANE:task_id:abc"));
+    EXPECT_EQ(none, P::extractTaskIDFromInstanceID(""));
+    EXPECT_EQ(12u, P::extractTaskIDFromInstanceID("KORVANE:task_id: 12"));
+    EXPECT_EQ(7u, P::extractTaskIDFromInstanceID("task_id:7"));
+    EXPECT_EQ(7u, P::extractTaskIDFromInstanceID("xyz task_id:7"));
+    EXPECT_EQ(7u, P::extractTaskIDFromInstanceID("KORVANE:task_id:7abc"));
+    EXPECT_EQ(3u,
+        P::extractTaskIDFromInstanceID("KORVANE:task_id:3task_id:4"));
+    // A minus sign wraps.
+    EXPECT_EQ(4294967295u, P::extractTaskIDFromInstanceID("task_id:-1"));
+}
+
+TEST(JobIdentity, ObjectPathOfAJob)
+{
+    CIMObjectPath p = P::buildObjectPath("array1", "KORVANE:task_id:5");
+    EXPECT_EQ("//array1/root/velk:VELK_ConcreteJob.InstanceID="
+              "\"KORVANE:task_id:5\"",
+        str(p.toString()));
+    ASSERT_EQ(1u, p.getKeyBindings().size());
+    EXPECT_EQ(CIMKeyBinding::STRING, p.getKeyBindings()[0].getType());
+    // The value is taken as given.
+    EXPECT_EQ("root/velk:VELK_ConcreteJob.InstanceID=\"junk\"",
+        str(P::buildObjectPath("", "junk").toString()));
+}
+
+TEST(JobIdentity, ThirtyDayInterval)
+{
+    EXPECT_EQ("00000030000000.000000:000",
+        str(P::buildCIMDateTimeInterval(30, 0, 0, 0, 0).toString()));
+    EXPECT_EQ("00000001020304.000005:000",
+        str(P::buildCIMDateTimeInterval(1, 2, 3, 4, 5).toString()));
+    EXPECT_ANY_THROW(P::buildCIMDateTimeInterval(0, 100, 0, 0, 0));
+}
+
+// ---------------------------------------------------------------------------
+// Remote-copy group targets
+// ---------------------------------------------------------------------------
+
+namespace
+{
+
+struct RCopyFixture
+{
+    rm_target_t targets[2];
+    rm_group_target_t gtargets[2];
+    rm_group_wrapper_t groups[2];
+    api_rcopy_t rcopy;
+
+    RCopyFixture()
+    {
+        memset(this, 0, sizeof(*this));
+        strcpy(targets[0].rm_hdr.rm_name, "tA");
+        strcpy(targets[0].rm_remote_sysname, "ArrayTwo");
+        strcpy(targets[1].rm_hdr.rm_name, "tB");
+        strcpy(targets[1].rm_remote_sysname, "ArrayThree");
+        strcpy(gtargets[0].rm_target, "tA");
+        strcpy(gtargets[0].rm_remote_group, "grpA.r");
+        strcpy(gtargets[1].rm_target, "tGone");
+        strcpy(gtargets[1].rm_remote_group, "grpA.r2");
+        strcpy(groups[0].group.rm_hdr.rm_name, "empty");
+        groups[0].next = &groups[1];
+        strcpy(groups[1].group.rm_hdr.rm_name, "grpA");
+        groups[1].gtarget_count = 2;
+        groups[1].gtargets = gtargets;
+        rcopy.target_count = 2;
+        rcopy.targets = targets;
+        rcopy.groups = &groups[0];
+    }
+};
+
+} // namespace
+
+TEST(JobRemoteGroups, TargetsListedWithSystemNamesOrTargetNames)
+{
+    RCopyFixture f;
+    String targets;
+    String message;
+    EXPECT_EQ(0, P::_remoteGroupName(f.rcopy, "grpA", targets, message));
+    EXPECT_EQ("grpA.r:ArrayTwo,grpA.r2:tGone", str(targets));
+
+    String none;
+    EXPECT_EQ(0, P::_remoteGroupName(f.rcopy, "empty", none, message));
+    EXPECT_EQ("", str(none));
+}
+
+TEST(JobRemoteGroups, UnknownGroupIsSevenWithErrorLine)
+{
+    RCopyFixture f;
+    LogCapture log;
+    String targets;
+    String message;
+    EXPECT_EQ(7, P::_remoteGroupName(f.rcopy, "GRPA", targets, message));
+    EXPECT_EQ("RemoteReplicationGroup GRPA does not exist", str(message));
+    EXPECT_EQ("", str(targets));
+    std::vector<velksim::LogLine> lines = log.lines();
+    ASSERT_EQ(1u, lines.size());
+    EXPECT_EQ(2, lines[0].level);
+    EXPECT_EQ("VELK_ConcreteJobProvider: RemoteReplicationGroup GRPA does not "
+        "exist\n", lines[0].text);
+}
+
+// ---------------------------------------------------------------------------
+// Provider factory and refused operations
+// ---------------------------------------------------------------------------
+
+TEST(JobModuleEntry, ProvidersByNameInAnyCase)
+{
+    const char* names[] = {"VELK_ConcreteJobProvider",
+        "velk_concretejobprovider", "VELK_CONCRETEJOBPROVIDER",
+        "VELK_MethodResultProvider", "VELK_OwningJobElementProvider",
+        "velk_associatedjobmethodresultprovider"};
+    for (const char* name : names)
+    {
+        CIMProvider* p = PegasusCreateProvider(String(name));
+        ASSERT_TRUE(p != 0) << name;
+        CIMProvider* q = PegasusCreateProvider(String(name));
+        EXPECT_NE(p, q);
+        delete p;
+        delete q;
+    }
+    CIMProvider* job = PegasusCreateProvider(String("velk_concretejobprovider"));
+    EXPECT_TRUE(dynamic_cast<VELK_ConcreteJobProvider*>(job) != 0);
+    delete job;
+
+    EXPECT_TRUE(PegasusCreateProvider(String("VELK_ConcreteJob")) == 0);
+    EXPECT_TRUE(PegasusCreateProvider(String("")) == 0);
+    EXPECT_TRUE(
+        PegasusCreateProvider(String("VELK_ConcreteJobProvider ")) == 0);
+}
+
+TEST(JobModuleEntry, ObjectPathConstructorIsRefused)
+{
+    try
+    {
+        VELK_ConcreteJobProvider p{CIMObjectPath()};
+        FAIL() << "constructed";
+    }
+    catch (const CIMException& e)
+    {
+        EXPECT_EQ(CIM_ERR_NOT_SUPPORTED, e.getCode());
+        EXPECT_EQ("VELK_ConcreteJobProvider does not support constructor "
+            "with object path.", str(e.getMessage()));
+    }
+}

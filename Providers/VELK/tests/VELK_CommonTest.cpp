@@ -1,0 +1,563 @@
+// Tests of the VELK_Common helpers that need no server: property access,
+// date and time texts, object path matching and the event-log record.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include <Pegasus/Common/Exception.h>
+#include <Pegasus/Common/CIMProperty.h>
+
+#include <velkapi_control.hpp>
+
+#include "VELK_Common.h"
+
+using namespace Pegasus;
+
+namespace
+{
+
+std::string str(const String& s)
+{
+    return std::string((const char*)s.getCString());
+}
+
+// Captures the log lines of the library for one test.
+class LogCapture
+{
+public:
+    LogCapture()
+    {
+        velksim::setCapture(true);
+        velksim::clearCaptured();
+    }
+    ~LogCapture() { velksim::setCapture(false); }
+    std::vector<std::string> texts(int level = 0)
+    {
+        std::vector<std::string> out;
+        for (const auto& line : velksim::logLines())
+            if (level == 0 || line.level == level)
+                out.push_back(line.text);
+        return out;
+    }
+};
+
+// Sets TZ for the scope and restores it.
+class TimeZone
+{
+public:
+    explicit TimeZone(const char* tz)
+    {
+        const char* old = getenv("TZ");
+        _had = old != 0;
+        if (_had)
+            _old = old;
+        setenv("TZ", tz, 1);
+        tzset();
+    }
+    ~TimeZone()
+    {
+        if (_had)
+            setenv("TZ", _old.c_str(), 1);
+        else
+            unsetenv("TZ");
+        tzset();
+    }
+
+private:
+    bool _had;
+    std::string _old;
+};
+
+CIMInstance jobLikeInstance()
+{
+    CIMInstance inst(CIMName("VELK_Test"));
+    inst.addProperty(CIMProperty(CIMName("Name"), CIMValue(String("job"))));
+    inst.addProperty(CIMProperty(CIMName("JobState"), CIMValue(Uint16(7))));
+    inst.addProperty(
+        CIMProperty(CIMName("Empty"), CIMValue(CIMTYPE_UINT16, false)));
+    inst.addProperty(
+        CIMProperty(CIMName("Note"), CIMValue(CIMTYPE_STRING, false)));
+    return inst;
+}
+
+CIMObjectPath jobPath(const char* host, const char* ns, const char* cls,
+    const char* id)
+{
+    Array<CIMKeyBinding> keys;
+    keys.append(CIMKeyBinding(CIMName("InstanceID"), String(id),
+        CIMKeyBinding::STRING));
+    return CIMObjectPath(String(host), ns ? CIMNamespaceName(ns)
+        : CIMNamespaceName(), CIMName(cls), keys);
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------------
+// Property and parameter access
+// ---------------------------------------------------------------------------
+
+TEST(VelkCommonProperties, TypedGetterStatusesLeaveOutValueAloneUnlessFound)
+{
+    CIMInstance inst = jobLikeInstance();
+    Uint16 v = 55;
+    EXPECT_EQ(4, VELK_Common::getProperty(inst, "Empty", v));
+    EXPECT_EQ(55, v);
+    EXPECT_EQ(3, VELK_Common::getProperty(inst, "Missing", v));
+    EXPECT_EQ(55, v);
+    EXPECT_EQ(0, VELK_Common::getProperty(inst, "jobstate", v));
+    EXPECT_EQ(7, v);
+
+    Uint32 wrong = 0;
+    EXPECT_THROW(VELK_Common::getProperty(inst, "JobState", wrong),
+        TypeMismatchException);
+}
+
+TEST(VelkCommonProperties, GetterTracesShowLabelAndOutValue)
+{
+    LogCapture log;
+    CIMInstance inst = jobLikeInstance();
+    Uint16 v = 9;
+    VELK_Common::getProperty(inst, "Missing", v);
+    CIMObjectPath p;
+    VELK_Common::getProperty(inst, "Missing", p);
+    std::vector<std::string> lines = log.texts(4);
+    ASSERT_EQ(4u, lines.size());
+    EXPECT_EQ("-->VELK_Common::getProperty(uint16), propertyName = Missing\n",
+        lines[0]);
+    // The exit line shows what the caller had put there.
+    EXPECT_EQ("<--VELK_Common::getProperty(uint16), value = 9\n", lines[1]);
+    // The object path overload borrows the Array<String> texts.
+    EXPECT_EQ(
+        "-->VELK_Common::getProperty(Array<String>), propertyName = Missing\n",
+        lines[2]);
+    EXPECT_EQ("<--VELK_Common::getProperty(Array<String>), value = \n",
+        lines[3]);
+}
+
+TEST(VelkCommonProperties, GetParameterNullCountsAsAbsentAndWalkGoesOn)
+{
+    Array<CIMParamValue> params;
+    params.append(CIMParamValue(String("Job"), CIMValue(CIMTYPE_UINT16, false)));
+    Uint16 v = 1;
+    EXPECT_EQ(3, VELK_Common::getParameter(params, "Job", v));
+    EXPECT_EQ(3, VELK_Common::getParameter(params, "Other", v));
+    EXPECT_EQ(1, v);
+
+    params.append(CIMParamValue(String("job"), CIMValue(Uint16(12))));
+    EXPECT_EQ(4, VELK_Common::getParameter(params, "JOB", v));
+    EXPECT_EQ(12, v);
+}
+
+TEST(VelkCommonProperties, GetParameterArrayOfStringExitHasNoLineEnd)
+{
+    LogCapture log;
+    Array<CIMParamValue> params;
+    Array<String> names;
+    names.append(String("a"));
+    params.append(CIMParamValue(String("Names"), CIMValue(names)));
+    Array<String> out;
+    EXPECT_EQ(0, VELK_Common::getParameter(params, "names", out));
+    ASSERT_EQ(1u, out.size());
+    std::vector<std::string> lines = log.texts(4);
+    ASSERT_EQ(2u, lines.size());
+    EXPECT_EQ("-->VELK_Common::getParameter(Array<String>), paramName = names\n",
+        lines[0]);
+    EXPECT_EQ("<--VELK_Common::getParameter(Array<String>)", lines[1]);
+}
+
+TEST(VelkCommonProperties, StringKeyOfPathLastBindingWins)
+{
+    CIMObjectPath none(String(), CIMNamespaceName("root/velk"),
+        CIMName("VELK_ConcreteJob"));
+    EXPECT_EQ("", str(VELK_Common::getStringProperty(none, "InstanceID")));
+
+    CIMObjectPath one = jobPath("", "root/velk", "VELK_ConcreteJob", "A");
+    EXPECT_EQ("A", str(VELK_Common::getStringProperty(one, "instanceid")));
+
+    Array<CIMKeyBinding> keys;
+    keys.append(CIMKeyBinding(CIMName("InstanceID"), String("first"),
+        CIMKeyBinding::STRING));
+    keys.append(CIMKeyBinding(CIMName("InstanceID"), String("second"),
+        CIMKeyBinding::STRING));
+    CIMObjectPath twice(String(), CIMNamespaceName("root/velk"),
+        CIMName("VELK_ConcreteJob"), keys);
+    if (twice.getKeyBindings().size() == 2)
+    {
+        String last = twice.getKeyBindings()[1].getValue();
+        EXPECT_EQ(str(last),
+            str(VELK_Common::getStringProperty(twice, "InstanceID")));
+    }
+}
+
+TEST(VelkCommonProperties, PropertyValueWithEmptyNameIsEmptyStringNotNull)
+{
+    LogCapture log;
+    CIMInstance inst = jobLikeInstance();
+    CIMValue v = VELK_Common::getPropertyValue(inst, "");
+    EXPECT_FALSE(v.isNull());
+    EXPECT_EQ(CIMTYPE_STRING, v.getType());
+    String s;
+    v.get(s);
+    EXPECT_EQ("", str(s));
+    std::vector<std::string> lines = log.texts();
+    ASSERT_EQ(2u, lines.size());
+    EXPECT_EQ("-->VELK_Common::getStringProperty(), propertyName = \n",
+        lines[0]);
+    EXPECT_EQ("\tInvalid property name.\n", lines[1]);
+    EXPECT_EQ(3, velksim::logLines()[1].level);
+
+    EXPECT_TRUE(VELK_Common::getPropertyValue(inst, "Missing").isNull());
+    EXPECT_EQ("", str(VELK_Common::getStringProperty(CIMInstance(), "Name")));
+    EXPECT_EQ("", str(VELK_Common::getStringProperty(inst, "Note")));
+    EXPECT_EQ("job", str(VELK_Common::getStringProperty(inst, "NAME")));
+}
+
+TEST(VelkCommonProperties, SettersNeverAddAndKeepTheDeclaredType)
+{
+    CIMInstance inst = jobLikeInstance();
+    Uint32 before = inst.getPropertyCount();
+    VELK_Common::setPropertyValue(inst, "NotThere", String("x"));
+    EXPECT_EQ(before, inst.getPropertyCount());
+    EXPECT_EQ(PEG_NOT_FOUND, inst.findProperty(CIMName("NotThere")));
+
+    VELK_Common::setPropertyValue(inst, "Empty", Uint16(3));
+    Uint16 v = 0;
+    EXPECT_EQ(0, VELK_Common::getProperty(inst, "Empty", v));
+    EXPECT_EQ(3, v);
+    EXPECT_THROW(VELK_Common::setPropertyValue(inst, "Empty", Uint32(3)),
+        TypeMismatchException);
+
+    VELK_Common::setPropertyValueToNull(inst, "JobState", CIMTYPE_UINT16);
+    EXPECT_EQ(4, VELK_Common::getProperty(inst, "JobState", v));
+}
+
+TEST(VelkCommonProperties, EmbeddedInstanceReplacesPropertyAtTheEnd)
+{
+    CIMInstance inst = jobLikeInstance();
+    CIMInstance embedded(CIMName("CIM_InstMethodCall"));
+    embedded.addProperty(
+        CIMProperty(CIMName("MethodName"), CIMValue(String("m"))));
+    VELK_Common::setPropertyValue(inst, "Name", embedded);
+    Uint32 count = inst.getPropertyCount();
+    ASSERT_EQ(4u, count);
+    CIMProperty last = inst.getProperty(count - 1);
+    EXPECT_EQ("Name", str(last.getName().getString()));
+    EXPECT_EQ(CIMTYPE_INSTANCE, last.getType());
+    CIMInstance back;
+    last.getValue().get(back);
+    EXPECT_EQ("CIM_InstMethodCall", str(back.getClassName().getString()));
+
+    VELK_Common::setPropertyValue(inst, "Absent", embedded);
+    EXPECT_EQ(4u, inst.getPropertyCount());
+}
+
+// ---------------------------------------------------------------------------
+// Date and time
+// ---------------------------------------------------------------------------
+
+TEST(VelkCommonDateTime, TimeStampTextsInSeveralZones)
+{
+    // 2024-01-31 23:59:59 UTC
+    const long t = 1706745599L;
+    {
+        TimeZone tz("UTC0");
+        EXPECT_EQ("19700101000000.000000+000",
+            str(VELK_Common::getCIMDateTime(0).toString()));
+        EXPECT_EQ("20240131235959.000000+000",
+            str(VELK_Common::getCIMDateTime(t).toString()));
+    }
+    {
+        TimeZone tz("EST5");
+        EXPECT_EQ("20240131185959.000000-300",
+            str(VELK_Common::getCIMDateTime(t).toString()));
+    }
+    {
+        TimeZone tz("NPT-5:45");
+        EXPECT_EQ("20240201054459.000000+345",
+            str(VELK_Common::getCIMDateTime(t).toString()));
+    }
+    {
+        // Daylight saving comes from the zone rules.
+        TimeZone tz("CET-1CEST,M3.5.0,M10.5.0/3");
+        EXPECT_EQ("20240201005959.000000+060",
+            str(VELK_Common::getCIMDateTime(t).toString()));
+        // 2024-07-01 12:00:00 UTC
+        EXPECT_EQ("20240701140000.000000+120",
+            str(VELK_Common::getCIMDateTime(1719835200L).toString()));
+    }
+    {
+        // West of Greenwich by less than an hour: the sign still shows.
+        TimeZone tz("XXX0:30");
+        EXPECT_EQ("19691231233000.000000-030",
+            str(VELK_Common::getCIMDateTime(0).toString()));
+    }
+}
+
+TEST(VelkCommonDateTime, TimeStampsNameTheSameInstantInEveryZone)
+{
+    const long t = 1700000000L;
+    CIMDateTime utc;
+    {
+        TimeZone tz("UTC0");
+        utc = VELK_Common::getCIMDateTime(t);
+    }
+    TimeZone tz("PST8PDT,M3.2.0,M11.1.0");
+    CIMDateTime local = VELK_Common::getCIMDateTime(t);
+    EXPECT_EQ(utc.toMicroSeconds(), local.toMicroSeconds());
+}
+
+TEST(VelkCommonDateTime, TimeZoneNames)
+{
+    {
+        TimeZone tz("UTC0");
+        EXPECT_EQ("GMT-0", str(VELK_Common::getTimeZone()));
+    }
+    {
+        TimeZone tz("CET-1");
+        EXPECT_EQ("GMT+1", str(VELK_Common::getTimeZone()));
+    }
+    {
+        TimeZone tz("PST8");
+        EXPECT_EQ("GMT-8", str(VELK_Common::getTimeZone()));
+    }
+    {
+        TimeZone tz("IST-5:30");
+        EXPECT_EQ("GMT+5", str(VELK_Common::getTimeZone()));
+    }
+    {
+        TimeZone tz("XXX0:30");
+        EXPECT_EQ("GMT-0", str(VELK_Common::getTimeZone()));
+    }
+}
+
+TEST(VelkCommonDateTime, ReadingBackTakesFieldsAsLocalTime)
+{
+    TimeZone tz("EST5");
+    // The offset of the text is ignored: the fields are local time.
+    EXPECT_EQ(1706745599L, VELK_Common::getDateTime(
+        CIMDateTime(String("20240131185959.000000+000"))));
+    EXPECT_EQ(0L, VELK_Common::getDateTime(
+        CIMDateTime(String("00000030000000.000000:000"))));
+
+    struct tm out;
+    memset(&out, 0, sizeof(out));
+    EXPECT_EQ(0, VELK_Common::_formatDateTime("00000101000000.000000+000",
+        &out));
+    EXPECT_EQ(-1, VELK_Common::_formatDateTime("18990101000000.000000+000",
+        &out));
+    EXPECT_EQ(-1, VELK_Common::_formatDateTime("20240001000000.000000+000",
+        &out));
+    // Month 13 is left to mktime, which rolls it into the next year.
+    ASSERT_EQ(1, VELK_Common::_formatDateTime("20241301120000.000000+000",
+        &out));
+    EXPECT_EQ(12, out.tm_mon);
+    time_t rolled = mktime(&out);
+    struct tm back;
+    localtime_r(&rolled, &back);
+    EXPECT_EQ(2025 - 1900, back.tm_year);
+    EXPECT_EQ(0, back.tm_mon);
+}
+
+// ---------------------------------------------------------------------------
+// Object path matching
+// ---------------------------------------------------------------------------
+
+TEST(VelkCommonMatch, HostsAreIgnoredNamespacesAndClassesCompared)
+{
+    CIMObjectPath a = jobPath("hostA", "root/velk", "VELK_ConcreteJob",
+        "KORVANE:task_id:5");
+    EXPECT_TRUE(VELK_Common::matchObjectPath(a,
+        jobPath("hostB", "root/velk", "VELK_ConcreteJob",
+            "KORVANE:task_id:5")));
+    EXPECT_TRUE(VELK_Common::matchObjectPath(a,
+        jobPath("", "root/velk", "velk_concretejob", "KORVANE:task_id:5")));
+    EXPECT_FALSE(VELK_Common::matchObjectPath(a,
+        jobPath("hostA", "root/other", "VELK_ConcreteJob",
+            "KORVANE:task_id:5")));
+    EXPECT_FALSE(VELK_Common::matchObjectPath(a,
+        jobPath("", 0, "VELK_ConcreteJob", "KORVANE:task_id:5")));
+    EXPECT_FALSE(VELK_Common::matchObjectPath(a,
+        jobPath("hostA", "root/velk", "CIM_ConcreteJob",
+            "KORVANE:task_id:5")));
+    // String keys are compared exactly.
+    EXPECT_FALSE(VELK_Common::matchObjectPath(a,
+        jobPath("hostA", "root/velk", "VELK_ConcreteJob",
+            "korvane:task_id:5")));
+}
+
+TEST(VelkCommonMatch, ReferenceKeysOnOtherHostsAndKeyOrder)
+{
+    CIMObjectPath job1 = jobPath("hostA", "root/velk", "VELK_ConcreteJob",
+        "KORVANE:task_id:5");
+    CIMObjectPath job2 = jobPath("hostB", "root/velk", "VELK_ConcreteJob",
+        "KORVANE:task_id:5");
+    CIMObjectPath svc(String("hostA"), CIMNamespaceName("root/velk"),
+        CIMName("VELK_ReplicationService"));
+    Array<CIMKeyBinding> svcKeys;
+    svcKeys.append(CIMKeyBinding(CIMName("Name"), String("rs"),
+        CIMKeyBinding::STRING));
+    svc.setKeyBindings(svcKeys);
+
+    Array<CIMKeyBinding> k1;
+    k1.append(CIMKeyBinding(CIMName("OwningElement"), svc.toString(),
+        CIMKeyBinding::REFERENCE));
+    k1.append(CIMKeyBinding(CIMName("OwnedElement"), job1.toString(),
+        CIMKeyBinding::REFERENCE));
+    CIMObjectPath assoc1(String("hostA"), CIMNamespaceName("root/velk"),
+        CIMName("VELK_OwningJobElement"), k1);
+
+    CIMObjectPath svcB = svc;
+    svcB.setHost(String("hostB"));
+    Array<CIMKeyBinding> k2;
+    // Reverse order, other hosts, and one reference given as a string key.
+    k2.append(CIMKeyBinding(CIMName("OwnedElement"), job2.toString(),
+        CIMKeyBinding::STRING));
+    k2.append(CIMKeyBinding(CIMName("OwningElement"), svcB.toString(),
+        CIMKeyBinding::REFERENCE));
+    CIMObjectPath assoc2(String(), CIMNamespaceName("root/velk"),
+        CIMName("VELK_OwningJobElement"), k2);
+    EXPECT_TRUE(VELK_Common::matchObjectPath(assoc1, assoc2));
+    EXPECT_TRUE(VELK_Common::matchObjectPath(assoc2, assoc1));
+
+    CIMObjectPath job9 = jobPath("hostA", "root/velk", "VELK_ConcreteJob",
+        "KORVANE:task_id:9");
+    Array<CIMKeyBinding> k3;
+    k3.append(CIMKeyBinding(CIMName("OwningElement"), svc.toString(),
+        CIMKeyBinding::REFERENCE));
+    k3.append(CIMKeyBinding(CIMName("OwnedElement"), job9.toString(),
+        CIMKeyBinding::REFERENCE));
+    CIMObjectPath assoc3(String(), CIMNamespaceName("root/velk"),
+        CIMName("VELK_OwningJobElement"), k3);
+    EXPECT_FALSE(VELK_Common::matchObjectPath(assoc1, assoc3));
+}
+
+TEST(VelkCommonMatch, EmptyStringKeyMatchesOnlyEmpty)
+{
+    CIMObjectPath empty = jobPath("h", "root/velk", "VELK_ConcreteJob", "");
+    EXPECT_TRUE(VELK_Common::matchObjectPath(empty,
+        jobPath("", "root/velk", "VELK_ConcreteJob", "")));
+    EXPECT_FALSE(VELK_Common::matchObjectPath(empty,
+        jobPath("", "root/velk", "VELK_ConcreteJob", "x")));
+    CIMObjectPath noKeys(String(), CIMNamespaceName("root/velk"),
+        CIMName("VELK_ConcreteJob"));
+    EXPECT_FALSE(VELK_Common::matchObjectPath(empty, noKeys));
+}
+
+// ---------------------------------------------------------------------------
+// Event-log record
+// ---------------------------------------------------------------------------
+
+namespace
+{
+
+api_evtparam_t dirtyRecord()
+{
+    api_evtparam_t rec;
+    memset(&rec, 'Z', sizeof(rec));
+    return rec;
+}
+
+} // namespace
+
+TEST(VelkCommonEvent, ClassAndMethodJoinedByColon)
+{
+    api_evtparam_t rec = dirtyRecord();
+    EXPECT_EQ(0, VELK_Common::setEventParam(&rec, "VELK_ConcreteJob",
+        "DeleteInstance", "", "alice", "10.0.0.7"));
+    EXPECT_STREQ("VELK_ConcreteJob:DeleteInstance", rec.method);
+    EXPECT_STREQ("", rec.inst_op);
+    EXPECT_STREQ("", rec.inst_param);
+    EXPECT_STREQ("alice", rec.user);
+    EXPECT_STREQ("10.0.0.7", rec.addr);
+    // strncpy semantics: the rest of a field is NUL.
+    for (size_t i = 5; i < sizeof(rec.user); i++)
+        EXPECT_EQ('\0', rec.user[i]);
+
+    rec = dirtyRecord();
+    VELK_Common::setEventParam(&rec, 0, "GetError", 0, 0, 0);
+    EXPECT_STREQ(":GetError", rec.method);
+    EXPECT_STREQ("", rec.inst_op);
+    EXPECT_STREQ("", rec.user);
+    EXPECT_STREQ("", rec.addr);
+
+    rec = dirtyRecord();
+    VELK_Common::setEventParam(&rec, "VELK_ConcreteJob", 0, 0, 0, 0);
+    EXPECT_STREQ("VELK_ConcreteJob:", rec.method);
+    rec = dirtyRecord();
+    VELK_Common::setEventParam(&rec, 0, 0, 0, 0, 0);
+    EXPECT_STREQ("", rec.method);
+}
+
+TEST(VelkCommonEvent, OverlongTextsAreCutAtTheirFields)
+{
+    api_evtparam_t rec = dirtyRecord();
+    std::string cls(130, 'C');
+    std::string user(40, 'u');
+    std::string addr(60, '1');
+    std::string op(20, 'o');
+    VELK_Common::setEventParam(&rec, cls.c_str(), "RequestStateChange",
+        op.c_str(), user.c_str(), addr.c_str());
+    EXPECT_EQ(std::string(126, 'C') + ":", std::string(rec.method));
+    EXPECT_EQ('\0', rec.method[127]);
+    EXPECT_EQ(std::string(31, 'u'), std::string(rec.user));
+    EXPECT_EQ(std::string(45, '1'), std::string(rec.addr));
+    EXPECT_EQ(std::string(15, 'o'), std::string(rec.inst_op));
+
+    rec = dirtyRecord();
+    std::string cls100(100, 'K');
+    VELK_Common::setEventParam(&rec, cls100.c_str(), std::string(50, 'm').c_str(),
+        "", "", "");
+    EXPECT_EQ(cls100 + ":" + std::string(26, 'm'), std::string(rec.method));
+
+    rec = dirtyRecord();
+    std::string text(300, 't');
+    EXPECT_EQ(0, VELK_Common::setEventParam(&rec, "C", "M", "", "", "",
+        text.c_str()));
+    EXPECT_EQ(std::string(255, 't'), std::string(rec.inst_param));
+    VELK_Common::setEventParam(&rec, "C", "M", "", "", "", 0);
+    EXPECT_STREQ("", rec.inst_param);
+}
+
+TEST(VelkCommonEvent, NullRecordIsReportedInTheLog)
+{
+    LogCapture log;
+    EXPECT_EQ(1, VELK_Common::setEventParam(0, "C", "M", "", "u", "a"));
+    EXPECT_EQ(1, VELK_Common::setEventOp(0, "op"));
+    std::vector<std::string> lines = log.texts(2);
+    ASSERT_EQ(2u, lines.size());
+    EXPECT_EQ("setEventParam: Unable to log event data. The control block "
+        "pointer (eventp) is null.\n", lines[0]);
+    EXPECT_EQ("setEventOp: Unable to log event data. The control block "
+        "pointer (eventp) is null.\n", lines[1]);
+
+    api_evtparam_t rec = dirtyRecord();
+    VELK_Common::setEventParam(&rec, "C", "M", "", "u", "a");
+    EXPECT_EQ(0, VELK_Common::setEventOp(&rec, "operation-name-too-long"));
+    EXPECT_STREQ("operation-name-", rec.inst_op);
+}
+
+// ---------------------------------------------------------------------------
+// Remote-copy target names
+// ---------------------------------------------------------------------------
+
+TEST(VelkCommonRemoteCopy, TargetToSystemNameExactMatchOnly)
+{
+    rm_target_t targets[2];
+    memset(targets, 0, sizeof(targets));
+    strcpy(targets[0].rm_hdr.rm_name, "tgtA");
+    strcpy(targets[0].rm_remote_sysname, "ArrayTwo");
+    strcpy(targets[1].rm_hdr.rm_name, "tgtB");
+    strcpy(targets[1].rm_remote_sysname, "ArrayThree");
+    api_rcopy_t rcopy;
+    memset(&rcopy, 0, sizeof(rcopy));
+    rcopy.target_count = 2;
+    rcopy.targets = targets;
+    EXPECT_EQ("ArrayThree",
+        str(VELK_Common::RCTargetToSysname(rcopy, "tgtB")));
+    EXPECT_EQ("", str(VELK_Common::RCTargetToSysname(rcopy, "TGTB")));
+    EXPECT_EQ("", str(VELK_Common::RCTargetToSysname(rcopy, "none")));
+}
