@@ -171,8 +171,9 @@ public:
     CIMName classOrigin;
     Boolean propagated;
     CIMQualifierList qualifiers;
-    // Number of classes or instances this property belongs to.
-    Uint32 ownerCount;
+    // Number of classes or instances this property belongs to. Atomic
+    // because containers sharing a property may die on different threads.
+    std::atomic<Uint32> ownerCount;
 
     Boolean identical(const CIMPropertyRep* x) const;
 };
@@ -190,7 +191,7 @@ public:
     Uint32 arraySize;
     CIMName referenceClassName;
     CIMQualifierList qualifiers;
-    Uint32 ownerCount;
+    std::atomic<Uint32> ownerCount;
 
     Boolean identical(const CIMParameterRep* x) const;
 };
@@ -209,7 +210,7 @@ public:
     Boolean propagated;
     CIMQualifierList qualifiers;
     std::vector<CIMParameter> parameters;
-    Uint32 ownerCount;
+    std::atomic<Uint32> ownerCount;
 
     void addParameter(const CIMParameter& x);
     Uint32 findParameter(const CIMName& name) const;

@@ -1,6 +1,10 @@
 // Instances built from classes, instance paths, filtering.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+#include <vector>
+
 #include <Pegasus/Common/CIMClass.h>
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/InternalException.h>
@@ -180,4 +184,30 @@ TEST(BuildInstance, QualifierTestsNeedTheValueTrue)
     EXPECT_FALSE(assoc.hasKeys());
     CIMConstClass view(assoc);
     EXPECT_TRUE(view.isAssociation());
+}
+
+TEST(BuildInstance, SharedClassServesConcurrentBuilders)
+{
+    // The class cache hands one class to every worker thread.
+    CIMClass cls = jobClass();
+    std::vector<std::thread> workers;
+    std::atomic<Uint32> built(0);
+    for (int t = 0; t < 4; t++)
+    {
+        workers.emplace_back([cls, &built] {
+            for (int i = 0; i < 500; i++)
+            {
+                CIMClass mine = cls;
+                CIMInstance inst = mine.buildInstance(true, true, CIMPropertyList());
+                inst.getProperty(0).setValue(CIMValue(String("id")));
+                CIMObject obj = inst;
+                if (CIMInstance(obj).buildPath(mine).getKeyBindings().size() == 1)
+                    built++;
+            }
+        });
+    }
+    for (std::thread& w : workers)
+        w.join();
+    EXPECT_EQ(2000u, built.load());
+    EXPECT_TRUE(cls.getProperty(0).getValue().isNull());
 }

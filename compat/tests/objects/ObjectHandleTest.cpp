@@ -299,6 +299,12 @@ TEST(ObjectHandles, ObjectConversions)
     again.setSuperClassName("Other");
     EXPECT_EQ(String("Other"), cls.getSuperClassName().getString());
 
+    // The text form is the CIM-XML element of its kind.
+    String text = fromInstance.toString();
+    EXPECT_EQ(0u, text.find(String("<INSTANCE CLASSNAME=\"VELK_Job\">")));
+    EXPECT_EQ(0u, CIMConstObject(cls).toString().find(
+        String("<CLASS NAME=\"VELK_Job\" SUPERCLASS=\"Other\">")));
+
     // A clone of an object keeps its kind.
     EXPECT_TRUE(fromClass.clone().isClass());
     EXPECT_TRUE(CIMConstObject(inst).clone().isInstance());

@@ -1,0 +1,169 @@
+// Methods, parameters, qualifiers, const views, embedded objects and
+// response handlers.
+#include <gtest/gtest.h>
+
+#include <Pegasus/Common/CIMClass.h>
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMObject.h>
+#include <Pegasus/Common/CIMMethod.h>
+#include <Pegasus/Common/ResponseHandler.h>
+
+PEGASUS_USING_PEGASUS;
+
+TEST(Elements, ParameterAndMethodChecks)
+{
+    EXPECT_THROW(CIMParameter("Codes", CIMTYPE_UINT16, false, 4), TypeMismatchException);
+    EXPECT_THROW(CIMParameter("Name", CIMTYPE_STRING, false, 0, "CIM_Job"),
+        TypeMismatchException);
+    CIMParameter fixed("Codes", CIMTYPE_UINT16, true, 4);
+    EXPECT_TRUE(fixed.isArray());
+    EXPECT_EQ(4u, fixed.getArraySize());
+
+    CIMMethod method("RequestStateChange", CIMTYPE_UINT32, "CIM_EnabledLogicalElement", true);
+    method.addParameter(fixed);
+    method.addParameter(CIMParameter("Job", CIMTYPE_REFERENCE, false, 0, "CIM_ConcreteJob")
+        .addQualifier(CIMQualifier("Out", CIMValue(true))));
+    EXPECT_THROW(fixed.setName("Other"), Exception);
+    method.removeParameter(0);
+    fixed.setName("Other");
+    EXPECT_EQ(0u, method.findParameter("JOB"));
+    EXPECT_EQ(1u, method.getParameter(0).getQualifierCount());
+
+    CIMClass cls("VELK_ConcreteJob");
+    cls.addMethod(method);
+    EXPECT_THROW(method.setName("Renamed"), Exception);
+    CIMConstClass view(cls);
+    CIMConstMethod m = view.getMethod(view.findMethod("requeststatechange"));
+    EXPECT_EQ(CIMTYPE_UINT32, m.getType());
+    EXPECT_TRUE(m.getPropagated());
+    EXPECT_EQ(String("CIM_EnabledLogicalElement"), m.getClassOrigin().getString());
+    EXPECT_EQ(CIMTYPE_REFERENCE, m.getParameter(0).getType());
+    EXPECT_EQ(String("CIM_ConcreteJob"), m.getParameter(0).getReferenceClassName().getString());
+
+    // Classes compare methods and their parameters too.
+    CIMClass copy = cls.clone();
+    EXPECT_TRUE(copy.identical(cls));
+    copy.getMethod(0).getParameter(0).addQualifier(CIMQualifier("In", CIMValue(false)));
+    EXPECT_FALSE(copy.identical(cls));
+    CIMClass other = cls.clone();
+    other.setSuperClassName("CIM_Job");
+    EXPECT_FALSE(other.identical(cls));
+    cls.removeMethod(0);
+    EXPECT_EQ(PEG_NOT_FOUND, cls.findMethod("RequestStateChange"));
+    method.setName("Renamed");
+}
+
+TEST(Elements, ConstViewsShareTheRepresentation)
+{
+    CIMInstance inst("VELK_Job");
+    inst.addProperty(CIMProperty("JobState", CIMValue(Uint16(2))));
+    const CIMInstance& ref = inst;
+    CIMConstProperty before = ref.getProperty(0);
+    inst.getProperty(0).setValue(CIMValue(Uint16(7)));
+    Uint16 state = 0;
+    before.getValue().get(state);
+    EXPECT_EQ(7, state);
+
+    CIMConstInstance view(inst);
+    CIMConstObject object(view);
+    EXPECT_TRUE(object.isInstance());
+    CIMConstInstance back(object);
+    EXPECT_TRUE(back.identical(inst));
+    CIMInstance independent = back.clone();
+    independent.getProperty(0).setValue(CIMValue(Uint16(9)));
+    inst.getProperty(0).getValue().get(state);
+    EXPECT_EQ(7, state);
+
+    // Qualifier lists compare by name, not by position.
+    CIMProperty a("P", CIMValue(true));
+    a.addQualifier(CIMQualifier("Key", CIMValue(true)));
+    a.addQualifier(CIMQualifier("Required", CIMValue(true)));
+    CIMProperty b("p", CIMValue(true));
+    b.addQualifier(CIMQualifier("REQUIRED", CIMValue(true)));
+    b.addQualifier(CIMQualifier("Key", CIMValue(true)));
+    EXPECT_TRUE(a.identical(b));
+    b.getQualifier(1).setPropagated(true);
+    EXPECT_EQ(1u, b.getQualifier(1).getPropagated());
+    EXPECT_FALSE(a.identical(b));
+}
+
+TEST(Elements, EmbeddedInstancesAreCopiedIntoValues)
+{
+    CIMInstance error("CIM_Error");
+    error.addProperty(CIMProperty("Message", CIMValue(String("first"))));
+    CIMValue value(error);
+    error.getProperty(0).setValue(CIMValue(String("second")));
+
+    CIMInstance stored;
+    value.get(stored);
+    String message;
+    stored.getProperty(0).getValue().get(message);
+    EXPECT_EQ(String("first"), message);
+    EXPECT_THROW(CIMValue bad((CIMInstance())), UninitializedObjectException);
+}
+
+namespace
+{
+
+// Records what a provider delivers, the way a server-side handler does.
+class RecordingHandler : public InstanceResponseHandler,
+                         public MethodResultResponseHandler
+{
+public:
+    void processing() override { calls.append("processing"); }
+    void complete() override { calls.append("complete"); }
+    void deliver(const CIMInstance& instance) override
+    {
+        instances.append(instance);
+    }
+    void deliver(const Array<CIMInstance>& list) override
+    {
+        instances.appendArray(list);
+    }
+    void deliverParamValue(const CIMParamValue& p) override { params.append(p); }
+    void deliverParamValue(const Array<CIMParamValue>& list) override
+    {
+        params.appendArray(list);
+    }
+    void deliver(const CIMValue& v) override { returned = v; }
+
+    OperationContext context() const { return getContext(); }
+
+    Array<String> calls;
+    Array<CIMInstance> instances;
+    Array<CIMParamValue> params;
+    CIMValue returned;
+};
+
+}
+
+TEST(Elements, ResponseHandlersKeepTheirContext)
+{
+    RecordingHandler handler;
+    EXPECT_FALSE(handler.context().contains(ContentLanguageListContainer::NAME));
+
+    ContentLanguageList langs;
+    langs.append(LanguageTag("en"));
+    OperationContext context;
+    context.insert(ContentLanguageListContainer(langs));
+    InstanceResponseHandler& asInstances = handler;
+    asInstances.setContext(context);
+    context.clear();
+    ContentLanguageListContainer stored =
+        handler.context().get(ContentLanguageListContainer::NAME);
+    EXPECT_TRUE(stored.getLanguages() == langs);
+
+    asInstances.processing();
+    asInstances.deliver(CIMInstance("A"));
+    MethodResultResponseHandler& asMethod = handler;
+    asMethod.deliverParamValue(CIMParamValue("Job", CIMValue(true)));
+    asMethod.deliver(CIMValue(Uint32(4096)));
+    asMethod.complete();
+    ASSERT_EQ(2u, handler.calls.size());
+    EXPECT_EQ(String("complete"), handler.calls[1]);
+    EXPECT_EQ(1u, handler.instances.size());
+    EXPECT_EQ(String("Job"), handler.params[0].getParameterName());
+    Uint32 rc = 0;
+    handler.returned.get(rc);
+    EXPECT_EQ(4096u, rc);
+}
