@@ -62,9 +62,11 @@ void CIMObjectRep::appendProperty(const CIMProperty& p)
 
 Uint32 CIMObjectRep::findProperty(const CIMName& name) const
 {
+    const Uint32 hash = nameHash(name);
     for (size_t i = 0, n = properties.size(); i < n; i++)
     {
-        if (CIMRepAccess::rep(properties[i])->name.equal(name))
+        const CIMPropertyRep* rep = CIMRepAccess::rep(properties[i]);
+        if (rep->hash == hash && rep->name.equal(name))
             return Uint32(i);
     }
     return PEG_NOT_FOUND;

@@ -11,6 +11,7 @@ CIMPropertyRep::CIMPropertyRep(const CIMName& name_, const CIMValue& value_,
       propagated(propagated_), ownerCount(0)
 {
     checkName(name);
+    hash = nameHash(name);
     if (arraySize &&
         (!value.isArray() || value.getArraySize() != arraySize))
     {
@@ -25,13 +26,20 @@ CIMPropertyRep::CIMPropertyRep(const CIMName& name_, const CIMValue& value_,
 
 CIMPropertyRep::CIMPropertyRep(const CIMPropertyRep& x,
     Boolean withQualifiers, Boolean withClassOrigin)
-    : RefCountedRep(), name(x.name), value(x.value), arraySize(x.arraySize),
+    : RefCountedRep(), name(x.name), hash(x.hash), value(x.value),
+      arraySize(x.arraySize),
       referenceClassName(x.referenceClassName),
       classOrigin(withClassOrigin ? x.classOrigin : CIMName()),
       propagated(x.propagated), ownerCount(0)
 {
     if (withQualifiers)
         qualifiers.cloneFrom(x.qualifiers);
+}
+
+void CIMPropertyRep::setName(const CIMName& name_)
+{
+    name = name_;
+    hash = nameHash(name);
 }
 
 Boolean CIMPropertyRep::identical(const CIMPropertyRep* x) const
@@ -86,7 +94,7 @@ void CIMProperty::setName(const CIMName& name)
             "Attempted to change the name of a property already in a "
             "container."));
     }
-    _rep->name = name;
+    _rep->setName(name);
 }
 
 const CIMValue& CIMProperty::getValue() const

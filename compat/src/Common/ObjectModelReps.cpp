@@ -13,6 +13,21 @@ void checkName(const CIMName& name)
         throw UninitializedObjectException();
 }
 
+Uint32 nameHash(const CIMName& name)
+{
+    const String& text = name.getString();
+    const Char16* p = text.getChar16Data();
+    Uint32 h = 2166136261u;
+    for (Uint32 i = 0, n = text.size(); i < n; i++)
+    {
+        Uint16 c = p[i];
+        if (c >= 'A' && c <= 'Z')
+            c = Uint16(c + ('a' - 'A'));
+        h = (h ^ c) * 16777619u;
+    }
+    return h;
+}
+
 String quotedName(const char* kind, const CIMName& name)
 {
     String text(kind);

@@ -164,7 +164,11 @@ public:
     CIMPropertyRep(const CIMPropertyRep& x, Boolean withQualifiers,
         Boolean withClassOrigin);
 
+    void setName(const CIMName& name_);
+
     CIMName name;
+    // nameHash(name), so that lookups compare most names by one integer.
+    Uint32 hash;
     CIMValue value;
     Uint32 arraySize;
     CIMName referenceClassName;
@@ -317,6 +321,9 @@ inline void checkIndex(Uint32 index, Uint32 size)
 
 // Throws UninitializedObjectException for a null name.
 void checkName(const CIMName& name);
+
+// A hash of a name that ignores ASCII case (equal names, equal hashes).
+Uint32 nameHash(const CIMName& name);
 
 // The text of an AlreadyExistsException: kind "name".
 String quotedName(const char* kind, const CIMName& name);
