@@ -298,10 +298,18 @@ private:
     {
         if (rep != &ArrayRepBase_empty &&
             rep->refs.fetch_sub(1, std::memory_order_acq_rel) == 1)
-        {
-            _destroy(_data(rep), rep->size);
-            ::operator delete(rep);
-        }
+            _free(rep);
+    }
+
+    // Kept out of line: the common path is the decrement alone, and the
+    // compiler cannot mistake a shared representation for a freed one.
+#if defined(__GNUC__)
+    __attribute__((noinline))
+#endif
+    static void _free(ArrayRepBase* rep)
+    {
+        _destroy(_data(rep), rep->size);
+        ::operator delete(rep);
     }
 
     bool _unique() const

@@ -1,0 +1,178 @@
+// String and CString: UTF-8 input, UTF-16 indexing, copy independence and
+// the boundary rules of find, subString, remove and operator[].
+#include <sstream>
+#include <gtest/gtest.h>
+#include <Pegasus/Common/String.h>
+#include <Pegasus/Common/Exception.h>
+#include <Pegasus/Common/InternalException.h>
+
+PEGASUS_USING_PEGASUS;
+
+TEST(String, Utf8InputCountsUtf16Units)
+{
+    // e-acute is one unit, the G clef (U+1D11E) a surrogate pair.
+    String s("\xC3\xA9\xF0\x9D\x84\x9E!");
+    ASSERT_EQ(s.size(), 4u);
+    EXPECT_EQ(Uint16(s[0]), 0x00E9);
+    EXPECT_EQ(Uint16(s[1]), 0xD834);
+    EXPECT_EQ(Uint16(s[2]), 0xDD1E);
+    EXPECT_STREQ((const char*)s.getCString(), "\xC3\xA9\xF0\x9D\x84\x9E!");
+}
+
+TEST(String, InvalidUtf8Throws)
+{
+    try
+    {
+        String s("ab\xE9z");   // a lone Latin-1 byte
+        FAIL() << "no exception";
+    }
+    catch (const Exception& e)
+    {
+        CString msg = e.getMessage().getCString();
+        EXPECT_EQ(std::string(msg).rfind(
+            "The byte sequence starting at index 2 is not valid UTF-8 encoding:", 0), 0u)
+            << (const char*)msg;
+    }
+    EXPECT_THROW(String("\xC0\xAF"), Exception);        // overlong
+    EXPECT_THROW(String("\xED\xA0\x80"), Exception);    // surrogate
+    EXPECT_THROW(String("\xE2\x82"), Exception);        // truncated
+}
+
+TEST(String, NullPointerThrows)
+{
+    const char* p = 0;
+    EXPECT_THROW(String s(p), NullPointer);
+    try
+    {
+        String s(p);
+    }
+    catch (const Exception& e)
+    {
+        EXPECT_EQ(e.getMessage(), "null pointer");
+    }
+}
+
+TEST(String, CopiesAreIndependent)
+{
+    String a("shared");
+    String b(a);
+    b[0] = 'S';
+    b.append(Char16('!'));
+    EXPECT_EQ(a, "shared");
+    EXPECT_EQ(b, "Shared!");
+    String c(a);
+    c.toUpper();
+    EXPECT_EQ(a, "shared");
+    EXPECT_EQ(c, "SHARED");
+    String d(a);
+    d.remove(0, 1);
+    EXPECT_EQ(a, "shared");
+    EXPECT_EQ(d, "hared");
+}
+
+TEST(String, PrefixConstructorChecksLength)
+{
+    String a("abc");
+    EXPECT_EQ(String(a, 2), "ab");
+    EXPECT_EQ(String(a, 3), "abc");
+    EXPECT_THROW(String(a, 4), IndexOutOfBoundsException);
+}
+
+TEST(String, IndexAtSizeYieldsTerminator)
+{
+    const String s("ab");
+    EXPECT_EQ(Uint16(s[2]), 0);
+    EXPECT_THROW(s[3], IndexOutOfBoundsException);
+}
+
+TEST(String, FindRules)
+{
+    String s("a.b.c");
+    EXPECT_EQ(s.find('.'), 1u);
+    EXPECT_EQ(s.reverseFind('.'), 3u);
+    EXPECT_EQ(s.find(2, '.'), 3u);
+    EXPECT_EQ(s.find(5, '.'), PEG_NOT_FOUND);
+    EXPECT_THROW(s.find(6, '.'), IndexOutOfBoundsException);
+    EXPECT_EQ(s.find(String("b.c")), 2u);
+    EXPECT_EQ(s.find(String()), PEG_NOT_FOUND);
+    EXPECT_EQ(s.find(String("x")), PEG_NOT_FOUND);
+    EXPECT_EQ(s.find("c"), 4u);
+}
+
+TEST(String, SubStringNeverThrows)
+{
+    String s("hello");
+    EXPECT_EQ(s.subString(1, 3), "ell");
+    EXPECT_EQ(s.subString(3), "lo");
+    EXPECT_EQ(s.subString(3, 100), "lo");
+    EXPECT_EQ(s.subString(5), "");
+    EXPECT_EQ(s.subString(99, 2), "");
+}
+
+TEST(String, RemoveRange)
+{
+    String s("hello");
+    s.remove(3);
+    EXPECT_EQ(s, "hel");
+    s.remove(1, 1);
+    EXPECT_EQ(s, "hl");
+    EXPECT_THROW(s.remove(1, 2), IndexOutOfBoundsException);
+    EXPECT_THROW(s.remove(3), IndexOutOfBoundsException);
+    EXPECT_EQ(s, "hl");
+}
+
+TEST(String, CompareReturnsUnitDifference)
+{
+    EXPECT_EQ(String::compare(String("abc"), String("abd")), 'c' - 'd');
+    EXPECT_EQ(String::compare(String("ab"), String("abc")), -1);
+    EXPECT_EQ(String::compare(String("abc"), String("ab")), 1);
+    EXPECT_EQ(String::compare(String("abc"), String("abc")), 0);
+    EXPECT_EQ(String::compare(String("abX"), String("abY"), 2), 0);
+    EXPECT_EQ(String::compareNoCase(String("ABC"), String("abd")), 'c' - 'd');
+    EXPECT_TRUE(String("a") < String("b"));
+    EXPECT_TRUE(String("B") < String("a"));
+}
+
+TEST(String, NoCaseIsAsciiOnly)
+{
+    EXPECT_TRUE(String::equalNoCase(String("CIM_Job"), String("cim_JOB")));
+    EXPECT_FALSE(String::equalNoCase(String("abc"), String("abcd")));
+    // U+00C9 and U+00E9 differ only in case outside ASCII.
+    EXPECT_FALSE(String::equalNoCase(String("\xC3\x89"), String("\xC3\xA9")));
+    String s("Mixed \xC3\x89 Case");
+    s.toLower();
+    EXPECT_EQ(s, "mixed \xC3\x89 case");
+}
+
+TEST(String, ConcatenationAndPrintf)
+{
+    String a("job");
+    String b = a + String(":") + "7";
+    EXPECT_EQ(b, "job:7");
+    EXPECT_EQ("x" + a, "xjob");
+    String c;
+    c.appendPrintf("%s-%05u", "id", 42u);
+    EXPECT_EQ(c, "id-00042");
+    String big;
+    big.appendPrintf("%0300d", 1);
+    EXPECT_EQ(big.size(), 300u);
+    EXPECT_EQ(String::EMPTY.size(), 0u);
+}
+
+TEST(String, StreamWritesNonLatin1AsEscapes)
+{
+    std::ostringstream os;
+    os << String("A\xC3\xA9\xE2\x82\xAC");   // A, e-acute, euro sign
+    EXPECT_EQ(os.str(), "A\xE9\\x20AC");
+}
+
+TEST(CString, CopyOwnsItsBytes)
+{
+    CString a = String("text").getCString();
+    CString b(a);
+    a = String("other").getCString();
+    EXPECT_STREQ((const char*)b, "text");
+    EXPECT_STREQ((const char*)a, "other");
+    CString empty;
+    EXPECT_EQ((const char*)empty, nullptr);
+}

@@ -1,0 +1,210 @@
+// CIMValue: the overloads code really picks, the strict typed reads, null
+// values, equality, the display text and embedded objects.
+#include <gtest/gtest.h>
+#include <Pegasus/Common/CIMValue.h>
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMObject.h>
+#include <Pegasus/Common/CIMProperty.h>
+#include <Pegasus/Common/Exception.h>
+
+PEGASUS_USING_PEGASUS;
+
+TEST(CIMValue, ImplicitConversionPitfalls)
+{
+    CIMValue s("x");
+    EXPECT_EQ(s.getType(), CIMTYPE_BOOLEAN);
+    Boolean b = false;
+    s.get(b);
+    EXPECT_TRUE(b);
+
+    CIMValue i(5);
+    EXPECT_EQ(i.getType(), CIMTYPE_SINT32);
+    Uint32 u = 0;
+    EXPECT_THROW(i.get(u), TypeMismatchException);
+
+    EXPECT_EQ(CIMValue(String("x")).getType(), CIMTYPE_STRING);
+    EXPECT_EQ(CIMValue(Char16('c')).getType(), CIMTYPE_CHAR16);
+    EXPECT_EQ(CIMValue(Uint16(7)).getType(), CIMTYPE_UINT16);
+    EXPECT_EQ(CIMValue('c').getType(), CIMTYPE_SINT8);   // char is sint8
+}
+
+TEST(CIMValue, DefaultIsNullBooleanScalar)
+{
+    CIMValue v;
+    EXPECT_TRUE(v.isNull());
+    EXPECT_FALSE(v.isArray());
+    EXPECT_EQ(v.getType(), CIMTYPE_BOOLEAN);
+    EXPECT_EQ(v.getArraySize(), 0u);
+    EXPECT_EQ(v.toString(), "");
+}
+
+TEST(CIMValue, TypeCheckComesBeforeNullCheck)
+{
+    CIMValue v;
+    String s("untouched");
+    EXPECT_THROW(v.get(s), TypeMismatchException);
+
+    CIMValue nullString(CIMTYPE_STRING, false);
+    nullString.get(s);
+    EXPECT_EQ(s, "untouched");
+}
+
+TEST(CIMValue, ScalarAndArrayNeverMix)
+{
+    CIMValue scalar(Uint32(3));
+    Array<Uint32> arr;
+    EXPECT_THROW(scalar.get(arr), TypeMismatchException);
+
+    Array<Uint32> three(3, 9);
+    CIMValue array(three);
+    Uint32 x = 0;
+    EXPECT_THROW(array.get(x), TypeMismatchException);
+    array.get(arr);
+    EXPECT_EQ(arr.size(), 3u);
+
+    // No widening either.
+    Uint64 wide = 0;
+    EXPECT_THROW(scalar.get(wide), TypeMismatchException);
+    Sint32 narrow = 0;
+    EXPECT_THROW(scalar.get(narrow), TypeMismatchException);
+}
+
+TEST(CIMValue, SetReplacesTypeAndArrayness)
+{
+    CIMValue v(CIMTYPE_STRING, true, 4);
+    EXPECT_TRUE(v.isNull());
+    EXPECT_EQ(v.getArraySize(), 4u);
+    v.set(Real64(2.5));
+    EXPECT_FALSE(v.isNull());
+    EXPECT_FALSE(v.isArray());
+    EXPECT_EQ(v.getType(), CIMTYPE_REAL64);
+    EXPECT_EQ(v.getArraySize(), 0u);
+    v.setNullValue(CIMTYPE_DATETIME, false);
+    EXPECT_TRUE(v.isNull());
+    EXPECT_EQ(v.getType(), CIMTYPE_DATETIME);
+    v.clear();
+    EXPECT_EQ(v.getType(), CIMTYPE_BOOLEAN);
+}
+
+TEST(CIMValue, CopiesAreIndependent)
+{
+    Array<String> names;
+    names.append(String("a"));
+    CIMValue v(names);
+    CIMValue w(v);
+    w.set(String("other"));
+    Array<String> back;
+    v.get(back);
+    ASSERT_EQ(back.size(), 1u);
+    back[0] = String("changed");
+    Array<String> again;
+    v.get(again);
+    EXPECT_EQ(again[0], "a");
+
+    CIMValue moved(std::move(w));
+    String s;
+    moved.get(s);
+    EXPECT_EQ(s, "other");
+}
+
+TEST(CIMValue, EveryScalarTypeRoundTrips)
+{
+    CIMValue v;
+    v.set(Sint8(-8));     { Sint8 x = 0; v.get(x); EXPECT_EQ(x, -8); }
+    v.set(Uint64(1) << 63); { Uint64 x = 0; v.get(x); EXPECT_EQ(x, Uint64(1) << 63); }
+    v.set(Sint64(-5));    { Sint64 x = 0; v.get(x); EXPECT_EQ(x, -5); }
+    v.set(Real32(0.5f));  { Real32 x = 0; v.get(x); EXPECT_EQ(x, 0.5f); }
+    v.set(Char16(0x263A)); { Char16 x; v.get(x); EXPECT_EQ(Uint16(x), 0x263A); }
+    CIMDateTime dt("20240131235959.123456+060");
+    v.set(dt);            { CIMDateTime x; v.get(x); EXPECT_EQ(x.toString(), dt.toString()); }
+    CIMObjectPath p("root/x:C.K=\"v\"");
+    v.set(p);             { CIMObjectPath x; v.get(x); EXPECT_EQ(x.toString(), "root/x:C.K=\"v\""); }
+    EXPECT_EQ(v.getType(), CIMTYPE_REFERENCE);
+}
+
+TEST(CIMValue, EqualityRules)
+{
+    EXPECT_TRUE(CIMValue(Uint8(1)) == CIMValue(Uint8(1)));
+    EXPECT_FALSE(CIMValue(Uint8(1)) == CIMValue(Uint16(1)));
+    EXPECT_TRUE(CIMValue(CIMTYPE_STRING, false) == CIMValue(CIMTYPE_STRING, false));
+    EXPECT_FALSE(CIMValue(CIMTYPE_STRING, false) == CIMValue(String("")));
+    EXPECT_FALSE(CIMValue(CIMTYPE_STRING, false) == CIMValue(CIMTYPE_STRING, true));
+
+    // References compare as paths, so key order and case do not matter.
+    EXPECT_TRUE(CIMValue(CIMObjectPath("C.a=1,B=\"x\"")) ==
+        CIMValue(CIMObjectPath("c.b=\"x\",A=1")));
+
+    // A time stamp never compares with an interval, even for equality.
+    CIMValue ts(CIMDateTime("20240101000000.000000+000"));
+    CIMValue iv(CIMDateTime("00000001000000.000000:000"));
+    EXPECT_THROW((void)(ts == iv), TypeMismatchException);
+
+    Array<Sint16> a(2, 1), b(2, 1), c(3, 1);
+    EXPECT_TRUE(CIMValue(a) == CIMValue(b));
+    EXPECT_TRUE(CIMValue(a) != CIMValue(c));
+}
+
+TEST(CIMValue, DisplayText)
+{
+    EXPECT_EQ(CIMValue(true).toString(), "TRUE");
+    EXPECT_EQ(CIMValue(Sint8(-3)).toString(), "-3");
+    EXPECT_EQ(CIMValue(Uint8(200)).toString(), "200");
+    EXPECT_EQ(CIMValue(Uint64(18446744073709551615ULL)).toString(), "18446744073709551615");
+    EXPECT_EQ(CIMValue(Real64(1.5)).toString(), "1.5000000000000000e+00");
+    EXPECT_EQ(CIMValue(Real32(0.25f)).toString(), "2.5000000000000000e-01");
+    EXPECT_EQ(CIMValue(Char16(0xE9)).toString(), "\xC3\xA9");
+    EXPECT_EQ(CIMValue(String("a \"b\"")).toString(), "a \"b\"");
+    EXPECT_EQ(CIMValue(CIMDateTime()).toString(), "00000000000000.000000:000");
+    EXPECT_EQ(CIMValue(CIMObjectPath("//h/ns:C.K=1")).toString(), "//h/ns:C.K=1");
+
+    Array<Uint32> a;
+    a.append(1);
+    a.append(2);
+    EXPECT_EQ(CIMValue(a).toString(), "1 2 ");
+    EXPECT_EQ(CIMValue(Array<String>()).toString(), "");
+    EXPECT_EQ(CIMValue(CIMTYPE_UINT32, true, 2).toString(), "");
+}
+
+TEST(CIMValue, EmbeddedInstanceIsStoredAndReturnedAsClone)
+{
+    CIMInstance inst(CIMName("Sample_Job"));
+    inst.addProperty(CIMProperty(CIMName("Name"), CIMValue(String("before"))));
+    CIMValue v(inst);
+    EXPECT_EQ(v.getType(), CIMTYPE_INSTANCE);
+
+    // Changing the original after the store does not reach the value.
+    inst.getProperty(0).setValue(CIMValue(String("after")));
+    CIMInstance out;
+    v.get(out);
+    String name;
+    out.getProperty(0).getValue().get(name);
+    EXPECT_EQ(name, "before");
+
+    // Nor does changing what get() returned.
+    out.getProperty(0).setValue(CIMValue(String("changed")));
+    CIMInstance again;
+    v.get(again);
+    again.getProperty(0).getValue().get(name);
+    EXPECT_EQ(name, "before");
+
+    CIMObject obj;
+    EXPECT_THROW(v.get(obj), TypeMismatchException);
+    EXPECT_THROW(CIMValue{CIMInstance()}, UninitializedObjectException);
+    EXPECT_THROW(v.set(CIMObject()), UninitializedObjectException);
+}
+
+TEST(CIMValue, EmbeddedObjectKeepsObjectType)
+{
+    CIMInstance inst(CIMName("Sample_Job"));
+    CIMValue v{CIMObject(inst)};
+    EXPECT_EQ(v.getType(), CIMTYPE_OBJECT);
+    CIMObject out;
+    v.get(out);
+    EXPECT_TRUE(out.isInstance());
+    Array<CIMInstance> arr;
+    arr.append(inst);
+    CIMValue va(arr);
+    EXPECT_EQ(va.getType(), CIMTYPE_INSTANCE);
+    EXPECT_EQ(va.getArraySize(), 1u);
+    EXPECT_TRUE(va == CIMValue(arr));
+}
