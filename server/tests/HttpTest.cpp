@@ -1,0 +1,306 @@
+// The HTTP side of cimhost: authentication, the local socket's trust of the
+// peer's uid, HTTP-level errors, slow clients, M-POST and keep-alive.
+#include "PasswordFile.h"
+#include "TestServer.h"
+
+#include <httplib.h>
+#include <openssl/evp.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <netinet/in.h>
+#include <pwd.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <thread>
+#include <unistd.h>
+
+namespace
+{
+
+const char* const ENUM_NAMES =
+    "<?xml version=\"1.0\" encoding=\"utf-8\" ?>"
+    "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"4711\" PROTOCOLVERSION=\"1.0\">"
+    "<SIMPLEREQ><IMETHODCALL NAME=\"EnumerateInstanceNames\"><LOCALNAMESPACEPATH>"
+    "<NAMESPACE NAME=\"root\"/><NAMESPACE NAME=\"test\"/></LOCALNAMESPACEPATH>"
+    "<IPARAMVALUE NAME=\"ClassName\"><CLASSNAME NAME=\"Test_Item\"/></IPARAMVALUE>"
+    "</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>";
+
+const char* const WHO_AM_I =
+    "<?xml version=\"1.0\" encoding=\"utf-8\" ?>"
+    "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"4712\" PROTOCOLVERSION=\"1.0\">"
+    "<SIMPLEREQ><METHODCALL NAME=\"WhoAmI\"><LOCALINSTANCEPATH><LOCALNAMESPACEPATH>"
+    "<NAMESPACE NAME=\"root\"/><NAMESPACE NAME=\"test\"/></LOCALNAMESPACEPATH>"
+    "<INSTANCENAME CLASSNAME=\"Test_Method\"><KEYBINDING NAME=\"Id\">"
+    "<KEYVALUE VALUETYPE=\"string\">m</KEYVALUE></KEYBINDING></INSTANCENAME>"
+    "</LOCALINSTANCEPATH></METHODCALL></SIMPLEREQ></MESSAGE></CIM>";
+
+httplib::Headers cimHeaders(const char* method, const char* object)
+{
+    return {{"CIMOperation", "MethodCall"}, {"CIMMethod", method}, {"CIMObject", object}};
+}
+
+std::string basic(const std::string& user, const std::string& password)
+{
+    std::string plain = user + ":" + password;
+    std::string out(4 * ((plain.size() + 2) / 3) + 1, '\0');
+    int n = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(&out[0]),
+        reinterpret_cast<const unsigned char*>(plain.data()), static_cast<int>(plain.size()));
+    out.resize(static_cast<size_t>(n));
+    return "Basic " + out;
+}
+
+std::string request(const std::string& method, const std::string& body,
+    const std::string& extraHeaders)
+{
+    return method + " /cimom HTTP/1.1\r\nHost: localhost\r\n"
+        "Content-Type: application/xml; charset=\"utf-8\"\r\n"
+        "Content-Length: " + std::to_string(body.size()) + "\r\n" + extraHeaders + "\r\n" + body;
+}
+
+// Reads one HTTP response (headers and Content-Length body) from a socket.
+std::string readResponse(int fd)
+{
+    std::string data;
+    char buf[4096];
+    size_t headerEnd = std::string::npos;
+    size_t want = std::string::npos;
+    for (;;)
+    {
+        if (headerEnd == std::string::npos)
+        {
+            headerEnd = data.find("\r\n\r\n");
+            if (headerEnd != std::string::npos)
+            {
+                size_t cl = data.find("Content-Length: ");
+                size_t len = cl == std::string::npos || cl > headerEnd
+                    ? 0 : std::stoul(data.substr(cl + 16));
+                want = headerEnd + 4 + len;
+            }
+        }
+        if (want != std::string::npos && data.size() >= want)
+            return data.substr(0, want);
+        ssize_t n = ::recv(fd, buf, sizeof(buf), 0);
+        if (n <= 0)
+            return data;
+        data.append(buf, static_cast<size_t>(n));
+    }
+}
+
+int connectTcp(int port)
+{
+    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_port = htons(static_cast<uint16_t>(port));
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) != 0)
+    {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+int connectUnix(const std::string& path)
+{
+    int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    std::snprintf(addr.sun_path, sizeof(addr.sun_path), "%s", path.c_str());
+    if (::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) != 0)
+    {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+std::string roundTrip(int fd, const std::string& req)
+{
+    ::send(fd, req.data(), req.size(), MSG_NOSIGNAL);
+    return readResponse(fd);
+}
+
+class HttpTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        char dir[] = "/tmp/cimhost-http-XXXXXX";
+        tmp = ::mkdtemp(dir);
+        cimhost::PasswordFile(tmp + "/passwd").setPassword("alice", "secret");
+        cimhost::ServerOptions o = cimhost_test::testModuleOptions();
+        o.enableHttp = true;
+        o.httpPort = 0;
+        o.passwordFile = tmp + "/passwd";
+        o.socketPath = tmp + "/cimhost.socket";
+        o.readTimeoutSeconds = 1;
+        o.maxRequestBytes = 4096;
+        server.reset(new cimhost::EmbeddedServer(o));
+        server->start();
+        port = server->httpPort();
+        client.reset(new httplib::Client("127.0.0.1", port));
+    }
+
+    void TearDown() override
+    {
+        client.reset();
+        server.reset();
+        std::system(("rm -rf " + tmp).c_str());
+    }
+
+    httplib::Result post(const std::string& body, httplib::Headers headers,
+        const char* auth = nullptr)
+    {
+        if (auth)
+            headers.emplace("Authorization", auth);
+        return client->Post("/cimom", headers, body, "application/xml; charset=\"utf-8\"");
+    }
+
+    std::string tmp;
+    std::unique_ptr<cimhost::EmbeddedServer> server;
+    std::unique_ptr<httplib::Client> client;
+    int port = -1;
+};
+
+TEST_F(HttpTest, RequestWithoutCredentialsGetsBasicChallenge)
+{
+    auto res = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"));
+    ASSERT_TRUE(res);
+    EXPECT_EQ(401, res->status);
+    EXPECT_EQ("Basic realm=\"testhost\"", res->get_header_value("WWW-Authenticate"));
+    EXPECT_TRUE(res->body.empty());
+}
+
+TEST_F(HttpTest, WrongPasswordAndUnknownUserAreRefused)
+{
+    auto wrong = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
+        basic("alice", "Secret").c_str());
+    ASSERT_TRUE(wrong);
+    EXPECT_EQ(401, wrong->status);
+    auto unknown = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
+        basic("mallory", "secret").c_str());
+    ASSERT_TRUE(unknown);
+    EXPECT_EQ(401, unknown->status);
+    auto notBasic = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
+        "Digest username=\"alice\"");
+    ASSERT_TRUE(notBasic);
+    EXPECT_EQ(401, notBasic->status);
+}
+
+TEST_F(HttpTest, AuthenticatedRequestIsAnswered)
+{
+    auto res = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
+        basic("alice", "secret").c_str());
+    ASSERT_TRUE(res);
+    EXPECT_EQ(200, res->status);
+    EXPECT_EQ("MethodResponse", res->get_header_value("CIMOperation"));
+    size_t count = 0;
+    for (size_t pos = res->body.find("<INSTANCENAME CLASSNAME=\""); pos != std::string::npos;
+         pos = res->body.find("<INSTANCENAME CLASSNAME=\"", pos + 1))
+        ++count;
+    EXPECT_EQ(4u, count) << res->body;
+}
+
+TEST_F(HttpTest, ProvidersSeeTheAuthenticatedUserAndClientAddress)
+{
+    auto res = post(WHO_AM_I, cimHeaders("WhoAmI", "root%2Ftest%3ATest_Method.Id%3D%22m%22"),
+        basic("alice", "secret").c_str());
+    ASSERT_TRUE(res);
+    EXPECT_EQ(200, res->status);
+    EXPECT_NE(std::string::npos, res->body.find(">alice<")) << res->body;
+    EXPECT_NE(std::string::npos, res->body.find(">127.0.0.1<")) << res->body;
+}
+
+TEST_F(HttpTest, LocalSocketTrustsThePeerUser)
+{
+    int fd = connectUnix(server->socketPath());
+    ASSERT_GE(fd, 0);
+    std::string res = roundTrip(fd, request("POST", WHO_AM_I,
+        "CIMOperation: MethodCall\r\nCIMMethod: WhoAmI\r\n"
+        "CIMObject: root%2Ftest%3ATest_Method.Id%3D%22m%22\r\n"));
+    ::close(fd);
+    passwd* pw = ::getpwuid(::geteuid());
+    ASSERT_NE(nullptr, pw);
+    EXPECT_EQ(0u, res.find("HTTP/1.1 200")) << res;
+    EXPECT_NE(std::string::npos, res.find(">" + std::string(pw->pw_name) + "<")) << res;
+}
+
+TEST_F(HttpTest, MalformedXmlIsRefusedAndTheServerKeepsServing)
+{
+    auto bad = post("<CIM><MESSAGE", cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
+        basic("alice", "secret").c_str());
+    ASSERT_TRUE(bad);
+    EXPECT_EQ(400, bad->status);
+    EXPECT_EQ("request-not-well-formed", bad->get_header_value("CIMError"));
+    auto good = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
+        basic("alice", "secret").c_str());
+    ASSERT_TRUE(good);
+    EXPECT_EQ(200, good->status);
+}
+
+TEST_F(HttpTest, UnknownIntrinsicMethodIsACimError)
+{
+    std::string body = ENUM_NAMES;
+    body.replace(body.find("EnumerateInstanceNames"), 22, "Frobnicate");
+    auto res = post(body, cimHeaders("Frobnicate", "root%2Ftest"), basic("alice", "secret").c_str());
+    ASSERT_TRUE(res);
+    EXPECT_EQ(200, res->status);
+    EXPECT_NE(std::string::npos, res->body.find("CODE=\"7\"")) << res->body;
+}
+
+TEST_F(HttpTest, OversizedBodyAndOtherMethodsAreHttpErrors)
+{
+    std::string big(8192, ' ');
+    auto res = post(big, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
+        basic("alice", "secret").c_str());
+    ASSERT_TRUE(res);
+    EXPECT_EQ(413, res->status);
+    auto get = client->Get("/cimom");
+    ASSERT_TRUE(get);
+    EXPECT_EQ(501, get->status);
+}
+
+TEST_F(HttpTest, SlowClientIsCutOffWhileOthersAreServed)
+{
+    int slow = connectTcp(port);
+    ASSERT_GE(slow, 0);
+    std::string partial = "POST /cimom HTTP/1.1\r\nHost: localhost\r\n";
+    ::send(slow, partial.data(), partial.size(), MSG_NOSIGNAL);
+
+    auto res = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
+        basic("alice", "secret").c_str());
+    ASSERT_TRUE(res);
+    EXPECT_EQ(200, res->status);
+
+    timeval tv{5, 0};
+    ::setsockopt(slow, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof(tv));
+    auto started = std::chrono::steady_clock::now();
+    std::string answer = readResponse(slow);
+    auto waited = std::chrono::steady_clock::now() - started;
+    ::close(slow);
+    EXPECT_LT(waited, std::chrono::seconds(4));
+    EXPECT_EQ(std::string::npos, answer.find(" 200 "));
+}
+
+TEST_F(HttpTest, MPostAndKeepAliveOnOneConnection)
+{
+    int fd = connectTcp(port);
+    ASSERT_GE(fd, 0);
+    std::string auth = "Authorization: " + basic("alice", "secret") + "\r\n";
+    std::string first = roundTrip(fd, request("M-POST", ENUM_NAMES,
+        auth + "Man: http://www.dmtf.org/cim/mapping/http/v1.0; ns=73\r\n"
+        "73-CIMOperation: MethodCall\r\n73-CIMMethod: EnumerateInstanceNames\r\n"
+        "73-CIMObject: root%2Ftest\r\n"));
+    EXPECT_EQ(0u, first.find("HTTP/1.1 200")) << first;
+    EXPECT_NE(std::string::npos, first.find("<INSTANCENAME")) << first;
+    std::string second = roundTrip(fd, request("POST", ENUM_NAMES,
+        auth + "CIMOperation: MethodCall\r\nCIMMethod: EnumerateInstanceNames\r\n"
+        "CIMObject: root%2Ftest\r\n"));
+    EXPECT_EQ(0u, second.find("HTTP/1.1 200")) << second;
+    ::close(fd);
+}
+
+} // namespace
