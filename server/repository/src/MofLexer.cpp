@@ -42,6 +42,9 @@ void appendUtf8(std::string& out, std::uint32_t cp)
 MofLexer::MofLexer(const std::string& text, const std::string& fileName)
     : _text(text), _file(fileName)
 {
+    // A UTF-8 byte order mark is not part of the text.
+    if (_text.compare(0, 3, "\xEF\xBB\xBF") == 0)
+        _pos = 3;
 }
 
 const char* MofLexer::kindName(MofTokenKind kind)

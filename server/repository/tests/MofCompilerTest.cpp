@@ -140,6 +140,13 @@ TEST_F(MofCompilerTest, ErrorsNameFileAndLine)
         "bad.mof:1: property F has 2 elements but its default has 3");
 }
 
+TEST_F(MofCompilerTest, ByteOrderMarkAndCrLfLineEndsAreAccepted)
+{
+    compile("\xEF\xBB\xBF// saved by an editor\r\nclass T_Bom {\r\n  string S = \"x\";\r\n};\r\n");
+    EXPECT_TRUE(repo.classExists(NS, CIMName("T_Bom")));
+    EXPECT_EQ(error("\xEF\xBB\xBF\r\n\r\nclass T_Bom2 { strng S; };"), "bad.mof:3: unknown type 'strng'");
+}
+
 TEST_F(MofCompilerTest, MofErrorCarriesItsParts)
 {
     try
