@@ -1,0 +1,144 @@
+// Encoder of the CIM object model into CIM-XML.
+//
+// Output is the narrow form that strict clients accept: declaration-free
+// elements, one element per line where a line holds children, empty
+// element tags only for NAMESPACE, CLASSNAME, childless ERROR and key-less
+// INSTANCENAME, five named entities only. The EXTENDED flag adds the
+// EmbeddedObject attribute where strict clients choke on it
+// (PROPERTY.ARRAY, RETURNVALUE) and the CIM_Error instances of ERROR.
+//
+// Not part of the OpenPegasus API.
+#ifndef CimXml_XmlWriter_h
+#define CimXml_XmlWriter_h
+
+#include <string>
+#include <Pegasus/Common/Config.h>
+#include <Pegasus/Common/Linkage.h>
+#include <Pegasus/Common/String.h>
+#include <Pegasus/Common/CIMName.h>
+#include <Pegasus/Common/CIMValue.h>
+#include <Pegasus/Common/CIMObjectPath.h>
+#include <Pegasus/Common/CIMQualifier.h>
+#include <Pegasus/Common/CIMQualifierDecl.h>
+#include <Pegasus/Common/CIMProperty.h>
+#include <Pegasus/Common/CIMParameter.h>
+#include <Pegasus/Common/CIMMethod.h>
+#include <Pegasus/Common/CIMClass.h>
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMObject.h>
+#include <Pegasus/Common/CIMParamValue.h>
+
+PEGASUS_NAMESPACE_BEGIN
+
+class CIMException;
+
+class PEGASUS_COMMON_LINKAGE XmlWriter
+{
+public:
+    enum Flags
+    {
+        STRICT_CLIENT_SAFE = 0,
+        EXTENDED = 1,
+        // Leave out the qualifiers of instances and of their properties
+        // (instance qualifiers are deprecated on the wire).
+        NO_INSTANCE_QUALIFIERS = 2
+    };
+
+    explicit XmlWriter(std::string& out, Uint32 flags = STRICT_CLIENT_SAFE);
+
+    std::string& out() { return _out; }
+
+    // Escaping. Text escapes & < >, attributes also ". CR and the control
+    // characters that XML 1.0 cannot carry raw are written as character
+    // references so that they survive a round trip.
+    static void appendEscaped(std::string& out, const String& s, bool attribute);
+    static void appendEscaped(std::string& out, const char* utf8, size_t n,
+        bool attribute);
+    static std::string toUtf8(const String& s);
+
+    // The XML text of an embedded CLASS or INSTANCE (no trailing newline),
+    // as carried inside a VALUE.
+    static std::string embeddedObjectText(const CIMConstObject& object);
+
+    // Scalar text of a non-null scalar value (no escaping, UTF-8).
+    static std::string scalarText(const CIMValue& value);
+
+    // VALUE / VALUE.ARRAY / VALUE.REFERENCE (VALUE.REFARRAY for reference
+    // arrays); nothing at all for a null value.
+    void appendValue(const CIMValue& value);
+    void appendValueReference(const CIMObjectPath& reference);
+
+    void appendClassName(const CIMName& className);
+    void appendLocalNamespacePath(const CIMNamespaceName& nameSpace);
+    void appendNamespacePath(const String& host,
+        const CIMNamespaceName& nameSpace);
+    void appendLocalClassPath(const CIMObjectPath& path);
+    void appendClassPath(const CIMObjectPath& path);
+    void appendKeyBinding(const CIMKeyBinding& keyBinding);
+    void appendInstanceName(const CIMObjectPath& path);
+    void appendLocalInstancePath(const CIMObjectPath& path);
+    void appendInstancePath(const CIMObjectPath& path);
+    // OBJECTPATH holding INSTANCEPATH, or CLASSPATH when asClass is true.
+    void appendObjectPath(const CIMObjectPath& path, bool asClass);
+
+    void appendQualifier(const CIMConstQualifier& qualifier);
+    void appendQualifierDecl(const CIMConstQualifierDecl& decl);
+    void appendProperty(const CIMConstProperty& property);
+    void appendParameter(const CIMConstParameter& parameter);
+    void appendMethod(const CIMConstMethod& method);
+    void appendClass(const CIMConstClass& cimClass);
+    void appendInstance(const CIMConstInstance& instance);
+    void appendObject(const CIMConstObject& object);
+
+    // INSTANCENAME (from the instance's path) + INSTANCE.
+    void appendValueNamedInstance(const CIMConstInstance& instance);
+    // INSTANCEPATH + INSTANCE or CLASSPATH + CLASS, from the object's path.
+    void appendValueObjectWithPath(const CIMConstObject& object);
+    // LOCALINSTANCEPATH + INSTANCE or LOCALCLASSPATH + CLASS.
+    void appendValueObjectWithLocalPath(const CIMConstObject& object);
+
+    // PARAMVALUE: PARAMTYPE when the value is typed, EmbeddedObject for
+    // embedded objects, VALUE.REFARRAY for reference arrays; empty content
+    // for NULL.
+    void appendParamValue(const CIMParamValue& paramValue);
+    void appendReturnValue(const CIMValue& value);
+    // ERROR CODE DESCRIPTION ("<CIM_ERR_NAME>: <message>").
+    void appendError(const CIMException& exception);
+    void appendError(Uint32 code, const String& description);
+
+    // Envelope pieces.
+    static const char* xmlDeclaration();
+    void appendMessageStart(const String& messageId);   // up to SIMPLEREQ/SIMPLERSP
+    void appendRequestStart(const String& messageId);
+    void appendRequestEnd();
+    void appendResponseStart(const String& messageId);
+    void appendResponseEnd();
+    void appendStartTag(const char* name);                // <name>
+    void appendStartTag(const char* name, const char* attr, const String& value);
+    void appendEndTag(const char* name);                  // </name>\n
+    // <IPARAMVALUE NAME="name"> ... </IPARAMVALUE>
+    void appendIParamStart(const char* name);
+    void appendIParamEnd();
+    void appendBooleanIParam(const char* name, Boolean value);
+    void appendClassNameIParam(const char* name, const CIMName& className);
+    void appendStringIParam(const char* name, const String& value);
+    void appendPropertyListIParam(const Array<CIMName>& names);
+
+    // Text of the escaped percent form of a CIMMethod / CIMObject header.
+    static std::string percentEncode(const String& s);
+
+private:
+    void _appendAttr(const char* name, const String& value);
+    void _appendAttr(const char* name, const char* value);
+    void _appendTypeAttrs(const CIMValue& value, const char* typeAttr);
+    void _appendFlavor(const CIMFlavor& flavor);
+    void _appendReferenceContent(const CIMObjectPath& path);
+
+    std::string& _out;
+    Uint32 _flags;
+    bool _skipQualifiers;
+};
+
+PEGASUS_NAMESPACE_END
+
+#endif

@@ -1,0 +1,440 @@
+#include "TestOperations.h"
+
+#include <Pegasus/Common/OperationContext.h>
+
+namespace cimxmltest
+{
+
+CIMObjectPath jobPath(int n)
+{
+    Array<CIMKeyBinding> keys;
+    keys.append(CIMKeyBinding(CIMName("InstanceID"),
+        String(("EXM:Job:" + std::to_string(n)).c_str()), CIMKeyBinding::STRING));
+    return CIMObjectPath(String(), CIMNamespaceName(), CIMName("EXM_Job"), keys);
+}
+
+CIMInstance errorInstance()
+{
+    CIMInstance e(CIMName("CIM_Error"));
+    e.addProperty(CIMProperty(CIMName("ErrorType"), CIMValue(Uint16(4))));
+    e.addProperty(CIMProperty(CIMName("PerceivedSeverity"), CIMValue(Uint16(5))));
+    e.addProperty(CIMProperty(CIMName("CIMStatusCode"), CIMValue(Uint32(1))));
+    e.addProperty(CIMProperty(CIMName("Message"),
+        CIMValue(String("Copy of \"v1\" failed: source & target overlap"))));
+    return e;
+}
+
+TestOperations::TestOperations()
+{
+    for (int n = 17; n <= 18; n++)
+    {
+        CIMInstance i(CIMName("EXM_Job"));
+        i.addProperty(CIMProperty(CIMName("InstanceID"),
+            CIMValue(String(("EXM:Job:" + std::to_string(n)).c_str()))));
+        i.addProperty(CIMProperty(CIMName("JobState"), CIMValue(Uint16(7))));
+        i.setPath(jobPath(n));
+        instances.append(i);
+    }
+    jobClass = CIMClass(CIMName("EXM_Job"), CIMName("CIM_ConcreteJob"));
+    jobClass.addQualifier(CIMQualifier(CIMName("Description"),
+        CIMValue(String("Example job class")), CIMFlavor::DEFAULTS + CIMFlavor::TRANSLATABLE));
+    CIMProperty id(CIMName("InstanceID"), CIMValue(CIMTYPE_STRING, false), 0, CIMName(),
+        CIMName("CIM_ManagedElement"), true);
+    id.addQualifier(CIMQualifier(CIMName("Key"), CIMValue(true),
+        CIMFlavor::TOSUBCLASS + CIMFlavor::DISABLEOVERRIDE));
+    jobClass.addProperty(id);
+    CIMMethod m(CIMName("GetErrorRecord"), CIMTYPE_UINT32, CIMName("EXM_Job"));
+    CIMParameter index(CIMName("Index"), CIMTYPE_UINT16);
+    index.addQualifier(CIMQualifier(CIMName("In"), CIMValue(true),
+        CIMFlavor::TOSUBCLASS + CIMFlavor::DISABLEOVERRIDE));
+    m.addParameter(index);
+    jobClass.addMethod(m);
+}
+
+void TestOperations::record(Call c, const OperationContext& context)
+{
+    if (context.contains(IdentityContainer::NAME))
+        c.user = IdentityContainer(context.get(IdentityContainer::NAME)).getUserName();
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        calls.push_back(c);
+    }
+    if (before)
+        before();
+}
+
+CIMInstance TestOperations::find(const CIMObjectPath& path)
+{
+    CIMObjectPath local(String(), CIMNamespaceName(), path.getClassName(),
+        path.getKeyBindings());
+    for (Uint32 i = 0; i < instances.size(); i++)
+        if (instances[i].getPath() == local)
+            return instances[i].clone();
+    String detail = path.getClassName().getString();
+    const Array<CIMKeyBinding>& keys = path.getKeyBindings();
+    for (Uint32 i = 0; i < keys.size(); i++)
+    {
+        detail.append(String(i ? "," : " "));
+        detail.append(keys[i].getName().getString());
+        detail.append(String("=\""));
+        detail.append(keys[i].getValue());
+        detail.append(String("\""));
+    }
+    throw CIMException(CIM_ERR_NOT_FOUND, detail);
+}
+
+CIMClass TestOperations::getClass(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMName& className, Boolean localOnly,
+    Boolean includeQualifiers, Boolean includeClassOrigin,
+    const CIMPropertyList& propertyList)
+{
+    Call c;
+    c.op = "getClass";
+    c.ns = nameSpace;
+    c.className = className;
+    c.flags[0] = localOnly;
+    c.flags[1] = includeQualifiers;
+    c.flags[2] = includeClassOrigin;
+    c.propertyList = propertyList;
+    record(c, context);
+    if (!className.equal(CIMName("EXM_Job")))
+        throw CIMException(CIM_ERR_NOT_FOUND, className.getString());
+    return jobClass.clone();
+}
+
+Array<CIMClass> TestOperations::enumerateClasses(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMName& className,
+    Boolean deepInheritance, Boolean localOnly, Boolean includeQualifiers,
+    Boolean includeClassOrigin)
+{
+    Call c;
+    c.op = "enumerateClasses";
+    c.ns = nameSpace;
+    c.className = className;
+    c.flags[0] = deepInheritance;
+    c.flags[1] = localOnly;
+    c.flags[2] = includeQualifiers;
+    c.flags[3] = includeClassOrigin;
+    record(c, context);
+    Array<CIMClass> a;
+    a.append(jobClass.clone());
+    return a;
+}
+
+Array<CIMName> TestOperations::enumerateClassNames(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMName& className,
+    Boolean deepInheritance)
+{
+    Call c;
+    c.op = "enumerateClassNames";
+    c.ns = nameSpace;
+    c.className = className;
+    c.flags[0] = deepInheritance;
+    record(c, context);
+    Array<CIMName> a;
+    a.append(CIMName("EXM_Job"));
+    a.append(CIMName("EXM_JobService"));
+    return a;
+}
+
+void TestOperations::createClass(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMClass& newClass)
+{
+    Call c;
+    c.op = "createClass";
+    c.ns = nameSpace;
+    c.className = newClass.getClassName();
+    record(c, context);
+}
+
+void TestOperations::modifyClass(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMClass& modifiedClass)
+{
+    Call c;
+    c.op = "modifyClass";
+    c.ns = nameSpace;
+    c.className = modifiedClass.getClassName();
+    record(c, context);
+}
+
+void TestOperations::deleteClass(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMName& className)
+{
+    Call c;
+    c.op = "deleteClass";
+    c.ns = nameSpace;
+    c.className = className;
+    record(c, context);
+    throw CIMException(CIM_ERR_NOT_SUPPORTED);
+}
+
+CIMQualifierDecl TestOperations::getQualifier(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMName& qualifierName)
+{
+    Call c;
+    c.op = "getQualifier";
+    c.ns = nameSpace;
+    c.className = qualifierName;
+    record(c, context);
+    return CIMQualifierDecl(qualifierName, CIMValue(false),
+        CIMScope::PROPERTY + CIMScope::REFERENCE,
+        CIMFlavor::TOSUBCLASS + CIMFlavor::DISABLEOVERRIDE);
+}
+
+Array<CIMQualifierDecl> TestOperations::enumerateQualifiers(
+    const OperationContext& context, const CIMNamespaceName& nameSpace)
+{
+    Call c;
+    c.op = "enumerateQualifiers";
+    c.ns = nameSpace;
+    record(c, context);
+    Array<CIMQualifierDecl> a;
+    a.append(CIMQualifierDecl(CIMName("Key"), CIMValue(false),
+        CIMScope::PROPERTY + CIMScope::REFERENCE,
+        CIMFlavor::TOSUBCLASS + CIMFlavor::DISABLEOVERRIDE));
+    a.append(CIMQualifierDecl(CIMName("ValueMap"), CIMValue(CIMTYPE_STRING, true),
+        CIMScope::PROPERTY + CIMScope::METHOD + CIMScope::PARAMETER));
+    return a;
+}
+
+static CIMObjectPath hostPath(const char* cls, const Array<CIMKeyBinding>& keys)
+{
+    return CIMObjectPath(String("cimsrv.example.com"), CIMNamespaceName("root/exm"),
+        CIMName(cls), keys);
+}
+
+CIMInstance TestOperations::getInstance(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName,
+    Boolean localOnly, Boolean includeQualifiers, Boolean includeClassOrigin,
+    const CIMPropertyList& propertyList)
+{
+    Call c;
+    c.op = "getInstance";
+    c.ns = nameSpace;
+    c.path = instanceName;
+    c.flags[0] = localOnly;
+    c.flags[1] = includeQualifiers;
+    c.flags[2] = includeClassOrigin;
+    c.propertyList = propertyList;
+    record(c, context);
+    if (instanceName.getClassName().equal(CIMName("EXM_OwningJobElement")))
+    {
+        Array<CIMKeyBinding> svc;
+        svc.append(CIMKeyBinding(CIMName("CreationClassName"), String("EXM_JobService"),
+            CIMKeyBinding::STRING));
+        svc.append(CIMKeyBinding(CIMName("Name"), String("jobsvc"), CIMKeyBinding::STRING));
+        CIMInstance i(CIMName("EXM_OwningJobElement"));
+        i.addProperty(CIMProperty(CIMName("OwningElement"),
+            CIMValue(hostPath("EXM_JobService", svc)), 0, CIMName("CIM_ManagedElement")));
+        i.addProperty(CIMProperty(CIMName("OwnedElement"),
+            CIMValue(hostPath("EXM_Job", jobPath(17).getKeyBindings())), 0,
+            CIMName("CIM_Job")));
+        return i;
+    }
+    CIMInstance i = find(instanceName);
+    i.setPath(CIMObjectPath(String(), CIMNamespaceName(), instanceName.getClassName(),
+        instanceName.getKeyBindings()));
+    return i;
+}
+
+Array<CIMInstance> TestOperations::enumerateInstances(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMName& className,
+    Boolean deepInheritance, Boolean localOnly, Boolean includeQualifiers,
+    Boolean includeClassOrigin, const CIMPropertyList& propertyList)
+{
+    Call c;
+    c.op = "enumerateInstances";
+    c.ns = nameSpace;
+    c.className = className;
+    c.flags[0] = deepInheritance;
+    c.flags[1] = localOnly;
+    c.flags[2] = includeQualifiers;
+    c.flags[3] = includeClassOrigin;
+    c.propertyList = propertyList;
+    record(c, context);
+    Array<CIMInstance> a;
+    for (Uint32 i = 0; i < instances.size(); i++)
+        if (instances[i].getClassName().equal(className))
+            a.append(instances[i].clone());
+    return a;
+}
+
+Array<CIMObjectPath> TestOperations::enumerateInstanceNames(
+    const OperationContext& context, const CIMNamespaceName& nameSpace,
+    const CIMName& className)
+{
+    Call c;
+    c.op = "enumerateInstanceNames";
+    c.ns = nameSpace;
+    c.className = className;
+    record(c, context);
+    Array<CIMObjectPath> a;
+    for (Uint32 i = 0; i < instances.size(); i++)
+        if (instances[i].getClassName().equal(className))
+            a.append(instances[i].getPath());
+    return a;
+}
+
+CIMObjectPath TestOperations::createInstance(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMInstance& newInstance)
+{
+    Call c;
+    c.op = "createInstance";
+    c.ns = nameSpace;
+    c.instance = newInstance;
+    record(c, context);
+    return jobPath(19);
+}
+
+void TestOperations::modifyInstance(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMInstance& modifiedInstance,
+    Boolean includeQualifiers, const CIMPropertyList& propertyList)
+{
+    Call c;
+    c.op = "modifyInstance";
+    c.ns = nameSpace;
+    c.instance = modifiedInstance;
+    c.path = modifiedInstance.getPath();
+    c.flags[0] = includeQualifiers;
+    c.propertyList = propertyList;
+    record(c, context);
+}
+
+void TestOperations::deleteInstance(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName)
+{
+    Call c;
+    c.op = "deleteInstance";
+    c.ns = nameSpace;
+    c.path = instanceName;
+    record(c, context);
+    find(instanceName);
+}
+
+Array<CIMObject> TestOperations::associators(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& objectName,
+    const CIMName& assocClass, const CIMName& resultClass, const String& role,
+    const String& resultRole, Boolean includeQualifiers, Boolean includeClassOrigin,
+    const CIMPropertyList& propertyList)
+{
+    Call c;
+    c.op = "associators";
+    c.ns = nameSpace;
+    c.path = objectName;
+    c.assocClass = assocClass;
+    c.resultClass = resultClass;
+    c.role = role;
+    c.resultRole = resultRole;
+    c.flags[0] = includeQualifiers;
+    c.flags[1] = includeClassOrigin;
+    c.propertyList = propertyList;
+    record(c, context);
+    Array<CIMObject> a;
+    CIMInstance i = instances[0].clone();
+    a.append(CIMObject(i));
+    return a;
+}
+
+Array<CIMObjectPath> TestOperations::associatorNames(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& objectName,
+    const CIMName& assocClass, const CIMName& resultClass, const String& role,
+    const String& resultRole)
+{
+    Call c;
+    c.op = "associatorNames";
+    c.ns = nameSpace;
+    c.path = objectName;
+    c.assocClass = assocClass;
+    c.resultClass = resultClass;
+    c.role = role;
+    c.resultRole = resultRole;
+    record(c, context);
+    Array<CIMObjectPath> a;
+    a.append(jobPath(17));
+    return a;
+}
+
+Array<CIMObject> TestOperations::references(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& objectName,
+    const CIMName& resultClass, const String& role, Boolean includeQualifiers,
+    Boolean includeClassOrigin, const CIMPropertyList& propertyList)
+{
+    Call c;
+    c.op = "references";
+    c.ns = nameSpace;
+    c.path = objectName;
+    c.resultClass = resultClass;
+    c.role = role;
+    c.flags[0] = includeQualifiers;
+    c.flags[1] = includeClassOrigin;
+    c.propertyList = propertyList;
+    record(c, context);
+    return Array<CIMObject>();
+}
+
+Array<CIMObjectPath> TestOperations::referenceNames(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& objectName,
+    const CIMName& resultClass, const String& role)
+{
+    Call c;
+    c.op = "referenceNames";
+    c.ns = nameSpace;
+    c.path = objectName;
+    c.resultClass = resultClass;
+    c.role = role;
+    record(c, context);
+    return Array<CIMObjectPath>();
+}
+
+CIMValue TestOperations::getProperty(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName,
+    const CIMName& propertyName)
+{
+    Call c;
+    c.op = "getProperty";
+    c.ns = nameSpace;
+    c.path = instanceName;
+    c.className = propertyName;
+    record(c, context);
+    CIMInstance i = find(instanceName);
+    Uint32 pos = i.findProperty(propertyName);
+    if (pos == PEG_NOT_FOUND)
+        throw CIMException(CIM_ERR_NO_SUCH_PROPERTY, propertyName.getString());
+    return i.getProperty(pos).getValue();
+}
+
+void TestOperations::setProperty(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName,
+    const CIMName& propertyName, const CIMValue& newValue)
+{
+    Call c;
+    c.op = "setProperty";
+    c.ns = nameSpace;
+    c.path = instanceName;
+    c.className = propertyName;
+    c.value = newValue;
+    record(c, context);
+}
+
+CIMValue TestOperations::invokeMethod(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName,
+    const CIMName& methodName, const Array<CIMParamValue>& inParameters,
+    Array<CIMParamValue>& outParameters)
+{
+    Call c;
+    c.op = "invokeMethod";
+    c.ns = nameSpace;
+    c.path = instanceName;
+    c.className = methodName;
+    c.in = inParameters;
+    record(c, context);
+    if (instanceName.getKeyBindings().size())
+        find(instanceName);
+    if (!methodName.equal(CIMName("GetErrorRecord")))
+        throw CIMException(CIM_ERR_METHOD_NOT_FOUND, methodName.getString());
+    outParameters.append(CIMParamValue(String("Error"), CIMValue(errorInstance())));
+    outParameters.append(CIMParamValue(String("Unset"), CIMValue(CIMTYPE_STRING, false)));
+    return CIMValue(Uint32(0));
+}
+
+} // namespace cimxmltest
