@@ -774,7 +774,12 @@ void MofParser::parseClass(const std::vector<MofQualifier>& qualifiers, unsigned
         }
         CIMType type;
         if (!parseDataType(typeToken.text, type))
+        {
+            if (repo.classExists(ns, CIMName(toPeg(typeToken.text))))
+                fail(featureLine, "unknown type '" + typeToken.text + "' (a reference is written "
+                    + typeToken.text + " REF <name>)");
             fail(featureLine, "unknown type '" + typeToken.text + "'");
+        }
         std::string name = expectName("a property or method name");
         if (_lexer.peek().kind == MofTokenKind::LParen)
         {

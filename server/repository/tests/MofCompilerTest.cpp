@@ -176,6 +176,8 @@ TEST_F(MofCompilerTest, ClassRulesAreErrors)
     EXPECT_EQ(error("[Association] class T_A2 {\n  [Key] T_Missing REF R;\n};"),
         "bad.mof:2: class T_Missing named in a reference is not defined in namespace root/test");
     EXPECT_EQ(error("class T_Base { };"), "bad.mof:1: class T_Base: class T_Base is already defined");
+    EXPECT_EQ(error("[Association] class T_A3 {\n  T_Base Other;\n};"),
+        "bad.mof:2: unknown type 'T_Base' (a reference is written T_Base REF <name>)");
 }
 
 TEST_F(MofCompilerTest, QualifierDeclarationsKeepTypeScopeFlavorAndDefault)
