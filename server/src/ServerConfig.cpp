@@ -64,6 +64,11 @@ CommandLine parseCommandLine(int argc, char** argv)
     CLI::App* add = passwd->add_subcommand("add", "add a user or change its password "
         "(password from standard input, or asked for on a terminal)");
     CLI::App* remove = passwd->add_subcommand("remove", "remove a user");
+    // Options of the server (--password-file above all) may follow the
+    // subcommand.
+    passwd->fallthrough();
+    add->fallthrough();
+    remove->fallthrough();
     add->add_option("user", cl.passwdUser, "user name")->required();
     remove->add_option("user", cl.passwdUser, "user name")->required();
 
