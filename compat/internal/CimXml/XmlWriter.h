@@ -59,6 +59,9 @@ public:
     // The XML text of an embedded CLASS or INSTANCE (no trailing newline),
     // as carried inside a VALUE.
     static std::string embeddedObjectText(const CIMConstObject& object);
+    // The same as a String: the text of CIMObject::toString() and of
+    // CIMValue::toString() for embedded objects.
+    static String objectToXml(const CIMConstObject& object);
 
     // Scalar text of a non-null scalar value (no escaping, UTF-8).
     static std::string scalarText(const CIMValue& value);

@@ -228,6 +228,7 @@ void CIMClientRep::connect(const String& host, Uint32 port, const String& user,
         _http.reset(new httplib::ClientImpl(probeHost, int(port)));
     }
     _http->set_keep_alive(true);
+    _http->set_tcp_nodelay(true);
     if (user.size() && password.size())
         _http->set_basic_auth(utf8(user), utf8(password));
     _applyTimeout();

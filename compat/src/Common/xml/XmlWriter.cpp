@@ -152,6 +152,11 @@ std::string XmlWriter::embeddedObjectText(const CIMConstObject& object)
     return text;
 }
 
+String XmlWriter::objectToXml(const CIMConstObject& object)
+{
+    return String(embeddedObjectText(object).c_str());
+}
+
 std::string XmlWriter::scalarText(const CIMValue& v)
 {
     std::string out;
