@@ -371,10 +371,18 @@ bool containsUnit(const String& s, Uint16 c)
     return s.find(Char16(c)) != PEG_NOT_FOUND;
 }
 
+// Sets reason to the text of a key-value error and returns false.
+bool keyError(String& reason, const char* what, const String& detail = String())
+{
+    reason = String("invalid key-value pair, ");
+    reason.append(String(what));
+    reason.append(detail);
+    return false;
+}
+
 bool parseKeyBindings(const Uint16* p, Uint32 n, Uint32 i, Array<CIMKeyBinding>& keys,
     String& reason)
 {
-    const String prefix("invalid key-value pair, ");
     while (i < n)
     {
         // Key name.
@@ -382,53 +390,45 @@ bool parseKeyBindings(const Uint16* p, Uint32 n, Uint32 i, Array<CIMKeyBinding>&
         while (i < n && p[i] != '=')
             i++;
         if (i == n)
-        {
-            reason = prefix + String("missing equal sign");
-            return false;
-        }
+            return keyError(reason, "missing equal sign");
         String keyName(reinterpret_cast<const Char16*>(p + start), i - start);
         if (!CIMName::legal(keyName))
-        {
-            reason = prefix + String("invalid key name:") + keyName;
-            return false;
-        }
+            return keyError(reason, "invalid key name:", keyName);
         i++;
 
-        CIMKeyBinding kb;
         if (i < n && p[i] == '"')
         {
+            // Find the closing quote first, so that the value is built
+            // with one allocation of the right size.
             i++;
-            String value;
-            value.reserveCapacity(n - i);
-            Uint32 runStart = i;
-            bool closed = false;
-            while (i < n)
+            Uint32 vstart = i;
+            Uint32 escapes = 0;
+            while (i < n && p[i] != '"')
             {
-                Uint16 c = p[i];
-                if (c == '"')
-                {
-                    closed = true;
-                    break;
-                }
-                if (c == '\\')
+                if (p[i] == '\\')
                 {
                     if (i + 1 >= n || (p[i + 1] != '\\' && p[i + 1] != '"'))
-                    {
-                        reason = prefix + String("malformed value");
-                        return false;
-                    }
-                    value.append(reinterpret_cast<const Char16*>(p + runStart), i - runStart);
+                        return keyError(reason, "malformed value");
+                    escapes++;
                     i++;
-                    runStart = i;
                 }
                 i++;
             }
-            if (!closed)
+            if (i >= n)
+                return keyError(reason, "missing quote in key value");
+            String value;
+            if (escapes == 0)
+                value = String(reinterpret_cast<const Char16*>(p + vstart), i - vstart);
+            else
             {
-                reason = prefix + String("missing quote in key value");
-                return false;
+                value.reserveCapacity(i - vstart - escapes);
+                for (Uint32 k = vstart; k < i; k++)
+                {
+                    if (p[k] == '\\')
+                        k++;
+                    value.append(Char16(p[k]));
+                }
             }
-            value.append(reinterpret_cast<const Char16*>(p + runStart), i - runStart);
             i++;
 
             CIMKeyBinding::Type type = CIMKeyBinding::STRING;
@@ -442,7 +442,7 @@ bool parseKeyBindings(const Uint16* p, Uint32 n, Uint32 i, Array<CIMKeyBinding>&
                     value = pathText(ref);
                 }
             }
-            kb = CIMKeyBinding(CIMNameCast(keyName), value, type);
+            keys.append(CIMKeyBinding(CIMNameCast(keyName), value, type));
         }
         else
         {
@@ -453,52 +453,38 @@ bool parseKeyBindings(const Uint16* p, Uint32 n, Uint32 i, Array<CIMKeyBinding>&
             Uint16 first = value.size() ? Uint16(value[0]) : 0;
             if (first == 'T' || first == 't' || first == 'F' || first == 'f')
             {
-                if (String::equalNoCase(value, String("TRUE")))
-                    value = String("TRUE");
-                else if (String::equalNoCase(value, String("FALSE")))
-                    value = String("FALSE");
+                static const String trueText("TRUE");
+                static const String falseText("FALSE");
+                if (String::equalNoCase(value, trueText))
+                    value = trueText;
+                else if (String::equalNoCase(value, falseText))
+                    value = falseText;
                 else
-                {
-                    reason = prefix + String("value should be TRUE or FALSE");
-                    return false;
-                }
-                kb = CIMKeyBinding(CIMNameCast(keyName), value, CIMKeyBinding::BOOLEAN);
+                    return keyError(reason, "value should be TRUE or FALSE");
+                keys.append(CIMKeyBinding(CIMNameCast(keyName), value, CIMKeyBinding::BOOLEAN));
             }
             else
             {
-                bool ok;
                 if (first == '-')
                 {
                     Sint64 x;
-                    ok = parseSigned(value, true, x);
-                    if (!ok)
-                    {
-                        reason = prefix + String("invalid negative number value ") + value;
-                        return false;
-                    }
+                    if (!parseSigned(value, true, x))
+                        return keyError(reason, "invalid negative number value ", value);
                 }
                 else
                 {
                     Uint64 x;
-                    ok = parseUnsigned(value, true, x);
-                    if (!ok)
-                    {
-                        reason = prefix + String("invalid number value ") + value;
-                        return false;
-                    }
+                    if (!parseUnsigned(value, true, x))
+                        return keyError(reason, "invalid number value ", value);
                 }
-                kb = CIMKeyBinding(CIMNameCast(keyName), value, CIMKeyBinding::NUMERIC);
+                keys.append(CIMKeyBinding(CIMNameCast(keyName), value, CIMKeyBinding::NUMERIC));
             }
         }
-        keys.append(kb);
 
         if (i == n)
             break;
         if (p[i] != ',')
-        {
-            reason = prefix + String("next key-value pair has to start with comma");
-            return false;
-        }
+            return keyError(reason, "next key-value pair has to start with comma");
         i++;
     }
     return true;

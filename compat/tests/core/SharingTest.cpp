@@ -1,0 +1,64 @@
+// Values shared between threads: copies made concurrently from one value
+// and then changed must neither race nor leak changes into each other.
+#include <thread>
+#include <vector>
+#include <gtest/gtest.h>
+#include <Pegasus/Common/String.h>
+#include <Pegasus/Common/Array.h>
+#include <Pegasus/Common/CIMValue.h>
+#include <Pegasus/Common/CIMObjectPath.h>
+
+PEGASUS_USING_PEGASUS;
+
+TEST(Sharing, ConcurrentCopiesOfOneValueStayIndependent)
+{
+    const String name("VELK-ARRAY-01");
+    Array<String> list;
+    for (int i = 0; i < 8; i++)
+        list.append(name);
+    const Array<String> sharedList(list);
+    const CIMObjectPath sharedPath(String("//h/root/velk:VELK_ConcreteJob.InstanceID=\"VELK:7\""));
+    const CIMValue sharedValue(sharedList);
+
+    const int threads = 8;
+    std::vector<int> failures(threads, 0);
+    std::vector<std::thread> pool;
+    for (int t = 0; t < threads; t++)
+    {
+        pool.emplace_back([&, t]()
+        {
+            for (int i = 0; i < 2000; i++)
+            {
+                String s(name);
+                s.append(Char16('0' + t));
+                if (s.size() != name.size() + 1 || s[s.size() - 1] != Char16('0' + t))
+                    failures[t]++;
+
+                Array<String> a(sharedList);
+                a[0] = s;
+                a.remove(1);
+                if (a.size() != 7 || sharedList.size() != 8 || sharedList[0] != name)
+                    failures[t]++;
+
+                CIMObjectPath p(sharedPath);
+                p.setHost(String("host") + String(t % 2 ? "a" : "b"));
+                if (sharedPath.getHost() != "h")
+                    failures[t]++;
+
+                CIMValue v(sharedValue);
+                Array<String> out;
+                v.get(out);
+                out.append(s);
+                v.set(out);
+                if (v.getArraySize() != 9 || sharedValue.getArraySize() != 8)
+                    failures[t]++;
+            }
+        });
+    }
+    for (std::thread& th : pool)
+        th.join();
+    for (int t = 0; t < threads; t++)
+        EXPECT_EQ(failures[t], 0) << "thread " << t;
+    EXPECT_EQ(name, "VELK-ARRAY-01");
+    EXPECT_EQ(sharedPath.toString(), "//h/root/velk:VELK_ConcreteJob.InstanceID=\"VELK:7\"");
+}
