@@ -1,0 +1,174 @@
+// An in-process server with the repository's schema, registrations and
+// modules (the job module included) over a simulated array loaded from a
+// JSON text. One per test process; tests reach the providers of the module
+// through the server's handle, or create one directly and initialise it
+// with that handle.
+#ifndef VELK_TESTS_JobModuleServer_h
+#define VELK_TESTS_JobModuleServer_h
+
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <Pegasus/Common/OperationContext.h>
+#include <Pegasus/Provider/CIMOMHandle.h>
+
+#include <cimhost/EmbeddedServer.h>
+#include <VELK_InternalCacheService.h>
+#include <velkapi_control.hpp>
+
+namespace velktest
+{
+
+inline std::string readFile(const std::string& path)
+{
+    std::ifstream in(path.c_str(), std::ios::binary);
+    if (!in)
+        throw std::runtime_error("cannot read " + path);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+inline void writeFile(const std::string& path, const std::string& text)
+{
+    std::ofstream out(path.c_str(), std::ios::binary);
+    out << text;
+    if (!out)
+        throw std::runtime_error("cannot write " + path);
+}
+
+// A fresh directory under /tmp, removed by the owner.
+inline std::string makeTempDir(const std::string& tag)
+{
+    std::string pattern = "/tmp/velk-" + tag + "-XXXXXX";
+    std::vector<char> buf(pattern.begin(), pattern.end());
+    buf.push_back('\0');
+    if (!mkdtemp(buf.data()))
+        throw std::runtime_error("mkdtemp failed");
+    return std::string(buf.data());
+}
+
+inline void removeTree(const std::string& dir)
+{
+    if (dir.empty() || dir.compare(0, 10, "/tmp/velk-") != 0)
+        return;
+    std::string cmd = "rm -rf '" + dir + "'";
+    if (std::system(cmd.c_str()) != 0)
+    {
+        // Left behind in /tmp; nothing else to do.
+    }
+}
+
+// Schema MOF of the repository, in the order the server compiles it.
+inline std::vector<std::string> repositorySchema()
+{
+    return { std::string(VELK_SOURCE_DIR) + "/schema/root.mof" };
+}
+
+class JobModuleServer
+{
+public:
+    // Starts a server over the array described by stateJson. `schemaEdit`,
+    // when given, receives a copy of the schema directory tree (in a
+    // temporary directory) to change before the server compiles it.
+    explicit JobModuleServer(const std::string& stateJson,
+        const std::function<void(const std::string&)>& schemaEdit = nullptr)
+    {
+        _dir = makeTempDir("jobtest");
+        velksim::reset();
+        velksim::setEventLogFile("");
+        velksim::setLogFile("");
+        velksim::setClock(1700000000);
+        velksim::loadStateJson(stateJson);
+        velksim::setCapture(true);
+
+        cimhost::ServerOptions options;
+        if (schemaEdit)
+        {
+            const std::string copy = _dir + "/schema";
+            std::string cmd = "cp -r '" + std::string(VELK_SOURCE_DIR) +
+                "/schema' '" + copy + "'";
+            if (std::system(cmd.c_str()) != 0)
+                throw std::runtime_error("cannot copy the schema");
+            schemaEdit(copy);
+            options.schemaFiles = { copy + "/root.mof" };
+            options.registrationDirs = { copy + "/registration" };
+        }
+        else
+        {
+            options.schemaFiles = repositorySchema();
+            options.registrationDirs = {
+                std::string(VELK_SOURCE_DIR) + "/schema/registration" };
+        }
+        options.moduleDirs = { VELK_LIB_DIR };
+        options.hostName = "ctl1";
+        options.socketPath = _dir + "/cimhost.socket";
+        options.workerCount = 4;
+        options.logFile = _dir + "/server.log";
+        setenv("CIMHOST_SOCKET", options.socketPath.c_str(), 1);
+
+        // The class cache outlives servers: forget an earlier server's schema.
+        Pegasus::VELK_InternalCacheService::getInstance()->clear();
+        _server.reset(new cimhost::EmbeddedServer(options));
+        _server->start();
+    }
+
+    ~JobModuleServer()
+    {
+        _server->stop();
+        _server.reset();
+        velksim::reset();
+        removeTree(_dir);
+    }
+
+    Pegasus::CIMOMHandle handle() { return _server->cimomHandle(); }
+    cimhost::EmbeddedServer& server() { return *_server; }
+    const std::string& dir() const { return _dir; }
+
+private:
+    std::string _dir;
+    std::unique_ptr<cimhost::EmbeddedServer> _server;
+};
+
+// The request context of a user, as the server gives it to a provider.
+inline Pegasus::OperationContext userContext(const char* user)
+{
+    Pegasus::OperationContext context;
+    context.insert(Pegasus::IdentityContainer(Pegasus::String(user)));
+    return context;
+}
+
+// The captured log lines of one level, in order.
+inline std::vector<std::string> logged(int level)
+{
+    std::vector<std::string> lines;
+    for (const velksim::LogLine& l : velksim::logLines())
+    {
+        if (l.level == level)
+            lines.push_back(l.text);
+    }
+    return lines;
+}
+
+inline bool loggedLine(int level, const std::string& text)
+{
+    for (const std::string& l : logged(level))
+    {
+        if (l == text)
+            return true;
+    }
+    return false;
+}
+
+} // namespace velktest
+
+#endif

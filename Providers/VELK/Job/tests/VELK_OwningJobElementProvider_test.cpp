@@ -1,0 +1,628 @@
+// VELK_OwningJobElementProvider driven through its CIM interfaces, over an
+// in-process server with the companions and the job module.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/Exception.h>
+#include <Pegasus/Provider/ProviderException.h>
+
+#include "VELK_ConcreteJobProvider.h"
+#include "VELK_OwningJobElementProvider.h"
+
+#include "ArrayStates.h"
+#include "JobModuleServer.h"
+#include "RecordingHandlers.h"
+
+using namespace Pegasus;
+using namespace velktest;
+
+namespace
+{
+
+JobModuleServer* server = nullptr;
+
+const CIMNamespaceName NS("root/velk");
+
+CIMObjectPath jobPath(Uint32 task)
+{
+    char id[32];
+    snprintf(id, sizeof(id), "%u", task);
+    return VELK_ConcreteJobProvider::buildObjectPath("ctl1",
+        String("KORVANE:task_id:") + id);
+}
+
+CIMObjectPath firstPathOf(const char* className)
+{
+    Array<CIMObjectPath> paths = server->handle().enumerateInstanceNames(
+        userContext("root"), NS, CIMName(className));
+    if (paths.size() == 0)
+        throw std::runtime_error(std::string("no instance of ") + className);
+    return paths[0];
+}
+
+// The value of a reference key, as a path.
+CIMObjectPath refKey(const CIMObjectPath& assoc, const char* name)
+{
+    const Array<CIMKeyBinding>& keys = assoc.getKeyBindings();
+    for (Uint32 i = 0; i < keys.size(); i++)
+    {
+        if (keys[i].getName().equal(CIMName(name)))
+            return CIMObjectPath(keys[i].getValue());
+    }
+    throw std::runtime_error(std::string("no key ") + name);
+}
+
+String instanceIdOf(const CIMObjectPath& path)
+{
+    return path.getKeyBindings()[0].getValue();
+}
+
+// Two paths name the same object, hosts aside.
+bool sameObject(CIMObjectPath a, CIMObjectPath b)
+{
+    a.setHost(String::EMPTY);
+    b.setHost(String::EMPTY);
+    return a.identical(b);
+}
+
+class OwningJobElement : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite() { server = new JobModuleServer(kJobArray); }
+    static void TearDownTestSuite()
+    {
+        delete server;
+        server = nullptr;
+    }
+
+    void SetUp() override
+    {
+        provider = new VELK_OwningJobElementProvider();
+        CIMOMHandle handle = server->handle();
+        provider->initialize(handle);
+        storageSvc = firstPathOf("VELK_StorageConfigurationService");
+        replicationSvc = firstPathOf("VELK_ReplicationService");
+        velksim::clearFaults();
+        velksim::clearCaptured();
+    }
+
+    void TearDown() override
+    {
+        velksim::clearFaults();
+        provider->terminate();
+    }
+
+    VELK_OwningJobElementProvider* provider = nullptr;
+    CIMObjectPath storageSvc;
+    CIMObjectPath replicationSvc;
+    OperationContext root = userContext("root");
+};
+
+// ---------------------------------------------------------------- screen
+
+struct ScreenCase
+{
+    const char* source;       // "storage", "replication", "job", or a class
+    const char* operation;
+    const char* role;
+    const char* resultRole;
+    const char* resultClass;  // "" = null
+    bool rejected;
+};
+
+void PrintTo(const ScreenCase& c, std::ostream* os)
+{
+    *os << c.operation << " from " << c.source << " role=" << c.role
+        << " resultRole=" << c.resultRole << " resultClass=" << c.resultClass
+        << (c.rejected ? " rejected" : " accepted");
+}
+
+class OwningJobElementScreen : public OwningJobElement,
+    public ::testing::WithParamInterface<ScreenCase>
+{
+};
+
+TEST_P(OwningJobElementScreen, RejectsSilentlyWithItsLogLine)
+{
+    const ScreenCase& c = GetParam();
+    CIMObjectPath source;
+    if (std::string(c.source) == "storage")
+        source = storageSvc;
+    else if (std::string(c.source) == "replication")
+        source = replicationSvc;
+    else if (std::string(c.source) == "job")
+        source = jobPath(1);
+    else
+    {
+        source = jobPath(1);
+        source.setClassName(CIMName(c.source));
+    }
+    const CIMName resultClass =
+        *c.resultClass ? CIMName(c.resultClass) : CIMName();
+    const CIMName assocClass("VELK_OwningJobElement");
+    const std::string op = c.operation;
+
+    Calls* calls = nullptr;
+    ObjectRecorder objects;
+    PathRecorder paths;
+    std::string line;
+    if (op == "associators")
+    {
+        provider->associators(root, source, assocClass, resultClass, c.role,
+            c.resultRole, false, false, CIMPropertyList(), objects);
+        calls = &objects;
+        line = "VELK_OwningJobElementProvider::associators: invalid params: "
+            "resultClass = " + std::string(c.resultClass) + " \n";
+    }
+    else if (op == "associatorNames")
+    {
+        provider->associatorNames(root, source, assocClass, resultClass,
+            c.role, c.resultRole, paths);
+        calls = &paths;
+        line = "VELK_OwningJobElementProvider::associatorNames: invalid "
+            "params: associationClass = VELK_OwningJobElement, resultClass = " +
+            std::string(c.resultClass) + "\n";
+    }
+    else if (op == "references")
+    {
+        provider->references(root, source, resultClass, c.role, false, false,
+            CIMPropertyList(), objects);
+        calls = &objects;
+        line = "VELK_OwningJobElementProvider::references: invalid params: "
+            "role = " + std::string(c.role) + ", resultClass = " +
+            std::string(c.resultClass) + " \n";
+    }
+    else
+    {
+        provider->referenceNames(root, source, resultClass, c.role, paths);
+        calls = &paths;
+        line = "VELK_OwningJobElementProvider::referenceNames: invalid "
+            "params: role = " + std::string(c.role) + ", resultClass = " +
+            std::string(c.resultClass) + " \n";
+    }
+
+    if (c.rejected)
+    {
+        EXPECT_TRUE(calls->calls.empty()) << calls->sequence();
+        EXPECT_TRUE(loggedLine(2, line)) << line;
+    }
+    else
+    {
+        EXPECT_FALSE(loggedLine(2, line)) << line;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Rules, OwningJobElementScreen, ::testing::Values(
+    // role: the right end, compared without case
+    ScreenCase{"job", "associators", "owningelement", "", "", true},
+    ScreenCase{"job", "associators", "OWNEDELEMENT", "", "", false},
+    ScreenCase{"storage", "associatorNames", "OwnedElement", "", "", true},
+    ScreenCase{"replication", "references", "OwningElement", "", "", false},
+    ScreenCase{"job", "referenceNames", "Antecedent", "", "", true},
+    // an unknown class only has to use one of the two role names
+    ScreenCase{"CIM_Foo", "associators", "OwnedElement", "", "", false},
+    ScreenCase{"CIM_Foo", "associators", "Dependent", "", "", true},
+    // result role
+    ScreenCase{"replication", "associators", "", "OwningElement", "", true},
+    ScreenCase{"replication", "associatorNames", "", "ownedelement", "", false},
+    ScreenCase{"job", "associatorNames", "", "OwnedElement", "", true},
+    // references: only the association classes
+    ScreenCase{"storage", "references", "", "", "CIM_Dependency", true},
+    ScreenCase{"storage", "referenceNames", "", "", "CIM_OwningJobElement", false},
+    ScreenCase{"job", "references", "", "", "", false},
+    // associators: the reachable classes, never the source's own class
+    ScreenCase{"storage", "associators", "", "", "CIM_Service", false},
+    ScreenCase{"storage", "associators", "", "", "CIM_StorageConfigurationService", true},
+    ScreenCase{"storage", "associators", "", "", "VELK_StorageConfigurationService", true},
+    ScreenCase{"storage", "associators", "", "", "CIM_StorageVolume", true},
+    ScreenCase{"replication", "associatorNames", "", "", "CIM_ReplicationService", false},
+    ScreenCase{"replication", "associatorNames", "", "", "SNIA_ReplicationService", false},
+    ScreenCase{"job", "associators", "", "", "CIM_ConcreteJob", true},
+    ScreenCase{"job", "associatorNames", "", "", "CIM_Job", true},
+    ScreenCase{"job", "associators", "", "", "CIM_ManagedElement", false}));
+
+// ---------------------------------------------------------------- traversal
+
+TEST_F(OwningJobElement, ReferencesFromTheStorageServiceNameEveryLocalJob)
+{
+    ObjectRecorder rec;
+    provider->references(root, storageSvc, CIMName(), String::EMPTY, false,
+        false, CIMPropertyList(), rec);
+
+    // Supported local tasks 1-9, 13, 14; not the remote copies 10 and 11,
+    // not the schedule 12.
+    const Uint32 expected[] = { 1, 2, 3, 4, 5, 6, 7, 8, 9, 13, 14 };
+    ASSERT_EQ(11u, rec.items.size());
+    EXPECT_EQ("processing deliver deliver deliver deliver deliver deliver "
+              "deliver deliver deliver deliver deliver complete",
+        rec.sequence());
+    for (Uint32 i = 0; i < rec.items.size(); i++)
+    {
+        CIMInstance assoc(rec.items[i]);
+        const CIMObjectPath& path = assoc.getPath();
+        EXPECT_EQ(String("VELK_OwningJobElement"),
+            path.getClassName().getString());
+        EXPECT_EQ(String("ctl1"), path.getHost());
+        EXPECT_EQ(String("root/velk"), path.getNameSpace().getString());
+        // The library keeps keys sorted: OwnedElement reads back first.
+        ASSERT_EQ(2u, path.getKeyBindings().size());
+        EXPECT_EQ(String("OwnedElement"),
+            path.getKeyBindings()[0].getName().getString());
+        EXPECT_EQ(String("OwningElement"),
+            path.getKeyBindings()[1].getName().getString());
+
+        CIMObjectPath owned = refKey(path, "OwnedElement");
+        CIMObjectPath owning = refKey(path, "OwningElement");
+        EXPECT_TRUE(sameObject(owning, storageSvc));
+        EXPECT_EQ(String("ctl1"), owning.getHost());
+        EXPECT_TRUE(owned.identical(jobPath(expected[i])))
+            << owned.toString();
+
+        // The reference properties carry the same ends.
+        Uint32 idx = assoc.findProperty(CIMName("OwnedElement"));
+        ASSERT_NE(PEG_NOT_FOUND, idx);
+        CIMObjectPath ownedValue;
+        assoc.getProperty(idx).getValue().get(ownedValue);
+        EXPECT_TRUE(ownedValue.identical(owned));
+    }
+}
+
+TEST_F(OwningJobElement, AssociatorsFromTheReplicationServiceAreItsRemoteCopyJobs)
+{
+    ObjectRecorder rec;
+    provider->associators(root, replicationSvc, CIMName(), CIMName(),
+        String::EMPTY, String::EMPTY, false, false, CIMPropertyList(), rec);
+    ASSERT_EQ(2u, rec.items.size());
+    EXPECT_EQ("processing deliver deliver complete", rec.sequence());
+
+    CIMInstance first(rec.items[0]);
+    EXPECT_EQ(String("VELK_ConcreteJob"), first.getClassName().getString());
+    EXPECT_EQ(String("KORVANE:task_id:10"),
+        instanceIdOf(first.getPath()));
+    EXPECT_EQ(String("KORVANE:task_id:11"),
+        instanceIdOf(CIMInstance(rec.items[1]).getPath()));
+    // A built job, not a bare path holder.
+    EXPECT_NE(PEG_NOT_FOUND, first.findProperty(CIMName("JobState")));
+
+    PathRecorder names;
+    provider->associatorNames(root, replicationSvc, CIMName(), CIMName(),
+        String::EMPTY, String::EMPTY, names);
+    ASSERT_EQ(2u, names.items.size());
+    EXPECT_TRUE(names.items[0].identical(jobPath(10)));
+    EXPECT_TRUE(names.items[1].identical(jobPath(11)));
+}
+
+TEST_F(OwningJobElement, OwnerOfAJobFollowsTaskTypeAndResultClass)
+{
+    // A remote-copy job belongs to the replication service only.
+    {
+        ObjectRecorder rec;
+        provider->associators(root, jobPath(11), CIMName(),
+            CIMName("VELK_StorageConfigurationService"), String::EMPTY,
+            String::EMPTY, false, false, CIMPropertyList(), rec);
+        EXPECT_EQ("processing complete", rec.sequence());
+    }
+    {
+        ObjectRecorder rec;
+        provider->associators(root, jobPath(11), CIMName(),
+            CIMName("CIM_Service"), String::EMPTY, String::EMPTY, false,
+            false, CIMPropertyList(), rec);
+        ASSERT_EQ(1u, rec.items.size());
+        EXPECT_EQ("processing deliver complete", rec.sequence());
+        EXPECT_TRUE(sameObject(rec.items[0].getPath(), replicationSvc));
+    }
+    // A local job belongs to the storage configuration service.
+    {
+        PathRecorder rec;
+        provider->associatorNames(root, jobPath(1), CIMName(), CIMName(),
+            String::EMPTY, String::EMPTY, rec);
+        ASSERT_EQ(1u, rec.items.size());
+        EXPECT_TRUE(sameObject(rec.items[0], storageSvc));
+    }
+    {
+        PathRecorder rec;
+        provider->associatorNames(root, jobPath(1), CIMName(),
+            CIMName("CIM_ReplicationService"), String::EMPTY, String::EMPTY,
+            rec);
+        EXPECT_EQ("processing complete", rec.sequence());
+    }
+    // referenceNames from a job: one association, the job as OwnedElement.
+    {
+        PathRecorder rec;
+        provider->referenceNames(root, jobPath(10), CIMName(), "OwnedElement",
+            rec);
+        ASSERT_EQ(1u, rec.items.size());
+        EXPECT_TRUE(sameObject(refKey(rec.items[0], "OwningElement"),
+            replicationSvc));
+        EXPECT_TRUE(refKey(rec.items[0], "OwnedElement")
+            .identical(jobPath(10)));
+    }
+}
+
+TEST_F(OwningJobElement, EnumerationNamesEverySupportedTaskWithItsOwner)
+{
+    PathRecorder names;
+    provider->enumerateInstanceNames(root,
+        CIMObjectPath("VELK_OwningJobElement"), names);
+    const Uint32 expected[] = { 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 13, 14 };
+    ASSERT_EQ(13u, names.items.size());
+    for (Uint32 i = 0; i < names.items.size(); i++)
+    {
+        EXPECT_TRUE(refKey(names.items[i], "OwnedElement")
+            .identical(jobPath(expected[i])));
+        const bool remote = expected[i] == 10 || expected[i] == 11;
+        EXPECT_TRUE(sameObject(refKey(names.items[i], "OwningElement"),
+            remote ? replicationSvc : storageSvc)) << expected[i];
+    }
+
+    InstanceRecorder instances;
+    provider->enumerateInstances(root,
+        CIMObjectPath("VELK_OwningJobElement"), false, false,
+        CIMPropertyList(), instances);
+    ASSERT_EQ(13u, instances.items.size());
+    EXPECT_EQ("processing", instances.calls.front());
+    EXPECT_EQ("complete", instances.calls.back());
+    for (Uint32 i = 0; i < instances.items.size(); i++)
+        EXPECT_TRUE(instances.items[i].getPath().identical(names.items[i]));
+}
+
+TEST_F(OwningJobElement, GetInstanceNeedsTwoKeysAndTwoExistingObjects)
+{
+    PathRecorder names;
+    provider->enumerateInstanceNames(root,
+        CIMObjectPath("VELK_OwningJobElement"), names);
+    ASSERT_NE(0u, names.items.size());
+
+    InstanceRecorder found;
+    provider->getInstance(root, names.items[0], false, false,
+        CIMPropertyList(), found);
+    EXPECT_EQ("processing deliver complete", found.sequence());
+    ASSERT_EQ(1u, found.items.size());
+    EXPECT_TRUE(found.items[0].getPath().identical(names.items[0]));
+
+    CIMObjectPath three = names.items[0];
+    Array<CIMKeyBinding> keys = three.getKeyBindings();
+    keys.append(CIMKeyBinding(CIMName("Extra"), "x", CIMKeyBinding::STRING));
+    three.setKeyBindings(keys);
+    InstanceRecorder rec;
+    try
+    {
+        provider->getInstance(root, three, false, false, CIMPropertyList(),
+            rec);
+        FAIL() << "three keys accepted";
+    }
+    catch (const CIMInvalidParameterException& e)
+    {
+        EXPECT_EQ(String("VELK_OwningJobElementProvider Expect two keys."),
+            e.getMessage());
+    }
+    EXPECT_TRUE(loggedLine(2, "VELK_OwningJobElementProvider::getInstance(): "
+        "Invalid number of keys (3)\n"));
+
+    CIMObjectPath gone = VELK_Common::buildAssocPath(
+        CIMName("VELK_OwningJobElement"), "OwningElement", "OwnedElement",
+        storageSvc, jobPath(999), "ctl1", "root/velk");
+    try
+    {
+        provider->getInstance(root, gone, false, false, CIMPropertyList(),
+            rec);
+        FAIL() << "missing job found";
+    }
+    catch (const CIMObjectNotFoundException& e)
+    {
+        EXPECT_EQ(String("VELK_OwningJobElementProvider CIM Object not found."),
+            e.getMessage());
+    }
+    EXPECT_TRUE(rec.calls.empty());
+}
+
+// ---------------------------------------------------------------- failures
+
+TEST_F(OwningJobElement, MissingSourceIsAnsweredWithNothing)
+{
+    ObjectRecorder rec;
+    provider->references(root, jobPath(999), CIMName(), String::EMPTY, false,
+        false, CIMPropertyList(), rec);
+    EXPECT_TRUE(rec.calls.empty());
+    const std::string line = "VELK_OwningJobElementProvider::references\n\t "
+        "error trying to getInstance of " +
+        std::string((const char*)jobPath(999).toString().getCString()) +
+        " \n ";
+    EXPECT_TRUE(loggedLine(2, line)) << line;
+}
+
+TEST_F(OwningJobElement, UnreadableArrayIsAnsweredWithNothing)
+{
+    // Fill the service-path cache first, so that the semaphore faults hit
+    // the reads of the array.
+    PathRecorder warm;
+    provider->enumerateInstanceNames(root,
+        CIMObjectPath("VELK_OwningJobElement"), warm);
+    velksim::clearCaptured();
+
+    const std::string problem = "VELK_OwningJobElementProvider::"
+        "_deliverRelatedInstances: Problem getting tasks\n";
+
+    velksim::injectFault("api_getTasks", 5, "task list unavailable", 1);
+    PathRecorder a;
+    provider->enumerateInstanceNames(root,
+        CIMObjectPath("VELK_OwningJobElement"), a);
+    EXPECT_TRUE(a.calls.empty());
+    EXPECT_TRUE(loggedLine(2, problem));
+
+    velksim::clearCaptured();
+    velksim::injectSemaphoreTimeout(1);
+    PathRecorder b;
+    provider->enumerateInstanceNames(root,
+        CIMObjectPath("VELK_OwningJobElement"), b);
+    EXPECT_TRUE(b.calls.empty());
+    EXPECT_TRUE(loggedLine(2, problem));
+
+    velksim::clearCaptured();
+    velksim::injectFault("api_getRCopy", 7, "remote copy not configured", 1);
+    InstanceRecorder c;
+    provider->enumerateInstances(root,
+        CIMObjectPath("VELK_OwningJobElement"), false, false,
+        CIMPropertyList(), c);
+    EXPECT_TRUE(c.calls.empty());
+    bool seen = false;
+    const std::string prefix = "VELK_OwningJobElementProvider::"
+        "_deliverRelatedInstances():api_getRCopy error (7): ";
+    for (const std::string& l : logged(2))
+        seen = seen || l.compare(0, prefix.size(), prefix) == 0;
+    EXPECT_TRUE(seen);
+
+    // Nothing held: the next request is answered in full.
+    velksim::clearFaults();
+    PathRecorder d;
+    provider->enumerateInstanceNames(root,
+        CIMObjectPath("VELK_OwningJobElement"), d);
+    EXPECT_EQ(13u, d.items.size());
+}
+
+TEST_F(OwningJobElement, DeniedUserGetsAccessDeniedFromEveryRequest)
+{
+    OperationContext denied = userContext("denied");
+    ObjectRecorder objects;
+    PathRecorder paths;
+    InstanceRecorder instances;
+    const CIMObjectPath job = jobPath(1);
+    std::vector<std::function<void()>> requests = {
+        [&] { provider->associators(denied, job, CIMName(), CIMName(),
+                  String::EMPTY, String::EMPTY, false, false,
+                  CIMPropertyList(), objects); },
+        [&] { provider->associatorNames(denied, job, CIMName(), CIMName(),
+                  String::EMPTY, String::EMPTY, paths); },
+        [&] { provider->references(denied, job, CIMName(), String::EMPTY,
+                  false, false, CIMPropertyList(), objects); },
+        [&] { provider->referenceNames(denied, job, CIMName(), String::EMPTY,
+                  paths); },
+        [&] { provider->getInstance(denied, job, false, false,
+                  CIMPropertyList(), instances); },
+        [&] { provider->enumerateInstances(denied,
+                  CIMObjectPath("VELK_OwningJobElement"), false, false,
+                  CIMPropertyList(), instances); },
+        [&] { provider->enumerateInstanceNames(denied,
+                  CIMObjectPath("VELK_OwningJobElement"), paths); },
+    };
+    for (size_t i = 0; i < requests.size(); i++)
+    {
+        try
+        {
+            requests[i]();
+            ADD_FAILURE() << "request " << i << " not refused";
+        }
+        catch (const CIMException& e)
+        {
+            EXPECT_EQ(CIM_ERR_ACCESS_DENIED, e.getCode()) << i;
+            EXPECT_EQ(String("Insufficient privilege for the user"),
+                e.getMessage());
+        }
+    }
+    EXPECT_TRUE(objects.calls.empty());
+    EXPECT_TRUE(paths.calls.empty());
+    EXPECT_TRUE(instances.calls.empty());
+}
+
+TEST_F(OwningJobElement, ChangesAreRefusedWithoutLookingAtTheCaller)
+{
+    OperationContext denied = userContext("denied");
+    PlainRecorder plain;
+    PathRecorder paths;
+    CIMInstance inst(CIMName("VELK_OwningJobElement"));
+    try
+    {
+        provider->modifyInstance(denied, jobPath(1), inst, false,
+            CIMPropertyList(), plain);
+        FAIL();
+    }
+    catch (const CIMNotSupportedException& e)
+    {
+        EXPECT_EQ(String("VELK_OwningJobElementProvider does not support "
+            "modifyInstance."), e.getMessage());
+    }
+    try
+    {
+        provider->createInstance(denied, jobPath(1), inst, paths);
+        FAIL();
+    }
+    catch (const CIMNotSupportedException& e)
+    {
+        EXPECT_EQ(String("VELK_OwningJobElementProvider does not support "
+            "createInstance."), e.getMessage());
+    }
+    try
+    {
+        provider->deleteInstance(denied, jobPath(1), plain);
+        FAIL();
+    }
+    catch (const CIMNotSupportedException& e)
+    {
+        EXPECT_EQ(String("VELK_OwningJobElementProvider does not support "
+            "deleteInstance."), e.getMessage());
+    }
+    EXPECT_TRUE(plain.calls.empty());
+}
+
+// ---------------------------------------------------------------- no owner
+
+// A server that serves no replication service: no job has all its owners,
+// so every request is answered with nothing.
+class OwningJobElementWithoutReplicationService : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        server = new JobModuleServer(kJobArray, [](const std::string& schema) {
+            const std::string file =
+                schema + "/registration/VELK_ServiceProvider.mof";
+            std::string mof = readFile(file);
+            const std::string marker = "CapabilityID = \"VELK_ReplicationService\";";
+            size_t at = mof.find(marker);
+            if (at == std::string::npos)
+                throw std::runtime_error("no replication capability");
+            size_t begin = mof.rfind("instance of", at);
+            size_t end = mof.find("\n};", at) + 3;
+            mof.erase(begin, end - begin);
+            writeFile(file, mof);
+        });
+    }
+    static void TearDownTestSuite()
+    {
+        delete server;
+        server = nullptr;
+    }
+};
+
+TEST_F(OwningJobElementWithoutReplicationService, EveryRequestYieldsNothing)
+{
+    VELK_OwningJobElementProvider* provider = new VELK_OwningJobElementProvider();
+    CIMOMHandle handle = server->handle();
+    provider->initialize(handle);
+    velksim::clearCaptured();
+    OperationContext root = userContext("root");
+
+    PathRecorder names;
+    provider->enumerateInstanceNames(root,
+        CIMObjectPath("VELK_OwningJobElement"), names);
+    InstanceRecorder instances;
+    provider->enumerateInstances(root, CIMObjectPath("VELK_OwningJobElement"),
+        false, false, CIMPropertyList(), instances);
+    ObjectRecorder objects;
+    provider->references(root, jobPath(1), CIMName(), String::EMPTY, false,
+        false, CIMPropertyList(), objects);
+    provider->terminate();
+
+    EXPECT_TRUE(names.calls.empty());
+    EXPECT_TRUE(instances.calls.empty());
+    EXPECT_TRUE(objects.calls.empty());
+    const std::string missing = "VELK_OwningJobElementProvider::"
+        "_deliverRelatedInstances:missing VELK_RelicationService and/or "
+        "VELK_StorageConfigurationService\n";
+    const std::vector<std::string> errors = logged(2);
+    EXPECT_EQ(3, std::count(errors.begin(), errors.end(), missing));
+}
+
+} // namespace
