@@ -425,7 +425,8 @@ CIMClass Repository::Data::resolve(NamespaceData& ns, const CIMClass& localIn)
         parent = p->resolved;
     }
 
-    CIMClass out(className, local.getSuperClassName());
+    // The superclass is named as it was defined, whatever case the subclass used.
+    CIMClass out(className, parent.isUninitialized() ? CIMName() : parent.getClassName());
 
     // Class qualifiers.
     for (Uint32 i = 0; i < local.getQualifierCount(); ++i)
@@ -635,6 +636,7 @@ void Repository::addClass(const CIMNamespaceName& nameSpace, const CIMClass& new
     CIMClass resolved = _data->resolve(ns, newClass);
     ClassEntry entry;
     entry.local = newClass.clone();
+    entry.local.setSuperClassName(resolved.getSuperClassName());
     entry.resolved = resolved;
     if (!newClass.getSuperClassName().isNull())
     {

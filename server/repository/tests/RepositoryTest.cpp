@@ -41,7 +41,7 @@ const char* const HIERARCHY = R"(
     class T_Leaf : T_Mid {
         [Description("leaf name")] string Name = "leaf";
     };
-    class T_Other : T_Base { };
+    class T_Other : t_base { };
     class T_Root2 { [Key] uint32 N; };
 )";
 
@@ -216,6 +216,8 @@ TEST_F(RepositoryTest, GetClassFlags)
 TEST_F(RepositoryTest, EnumerationsAndHierarchyHelpers)
 {
     EXPECT_EQ(names(repo.enumerateClassNames(NS)), (Names{"T_Base", "T_Root2"}));
+    EXPECT_EQ(str(repo.getClass(NS, CIMName("T_Other")).getSuperClassName().getString()), "T_Base");
+    EXPECT_EQ(str(repo.getLocalClass(NS, CIMName("T_Other")).getSuperClassName().getString()), "T_Base");
     EXPECT_EQ(names(repo.enumerateClassNames(NS, CIMName(), true)),
         (Names{"T_Base", "T_Mid", "T_Leaf", "T_Other", "T_Root2"}));
     EXPECT_EQ(names(repo.enumerateClassNames(NS, CIMName("T_Base"))), (Names{"T_Mid", "T_Other"}));
