@@ -2,6 +2,7 @@
 // system identity, object path matching and the event-log record.
 #include "VELK_Common.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -601,11 +602,14 @@ CIMDateTime VELK_Common::getCIMDateTime(long t)
     localtime_r(&seconds, &local);
     long offset = local.tm_gmtoff / 60;
 
-    char text[28];
-    memset(text, 0, sizeof(text));
-    snprintf(text, sizeof(text), "%04d%02d%02d%02d%02d%02d.%06d+%03d",
+    // Printed wide, kept to the 27 characters of the time-stamp buffer.
+    char wide[96];
+    snprintf(wide, sizeof(wide), "%04d%02d%02d%02d%02d%02d.%06d+%03d",
         local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
         local.tm_min, local.tm_sec, 0, (int)labs(offset));
+    char text[28];
+    memset(text, 0, sizeof(text));
+    memcpy(text, wide, std::min(strlen(wide), sizeof(text) - 1));
     if (offset < 0)
         text[21] = '-';
 

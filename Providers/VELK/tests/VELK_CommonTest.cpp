@@ -94,6 +94,20 @@ CIMObjectPath jobPath(const char* host, const char* ns, const char* cls,
         : CIMNamespaceName(), CIMName(cls), keys);
 }
 
+// No log or event files of the array for these tests.
+class QuietArray : public ::testing::Environment
+{
+public:
+    void SetUp() override
+    {
+        velksim::setLogFile("");
+        velksim::setEventLogFile("");
+    }
+};
+
+::testing::Environment* const quietArray =
+    ::testing::AddGlobalTestEnvironment(new QuietArray);
+
 } // namespace
 
 // ---------------------------------------------------------------------------

@@ -34,6 +34,16 @@ std::string taskState(int id)
     return "<gone>";
 }
 
+// Error lines of the methods, without those of building the job list.
+std::vector<std::string> methodErrors(const std::vector<std::string>& lines)
+{
+    std::vector<std::string> out;
+    for (const auto& l : lines)
+        if (l.find("RemoteReplicationGroup") == std::string::npos)
+            out.push_back(l);
+    return out;
+}
+
 CIMParamValue param(const char* name, const CIMValue& value)
 {
     return CIMParamValue(String(name), value, true);
@@ -125,6 +135,14 @@ TEST_F(JobProviderTest, DeletingARunningJobFailsWithTheArraysText)
 
 TEST_F(JobProviderTest, DeleteFailuresBeforeAndAfterProcessing)
 {
+    // The array is asked about the class as given before the class check.
+    RecordingHandler noRule;
+    EXPECT_CIM_ERROR(provider->deleteInstance(context(),
+            jobPath("KORVANE:task_id:103", "VELK_MethodResult"), noRule),
+        CIM_ERR_NOT_SUPPORTED, "Does not support in generic!");
+    nlohmann::json state = baseState();
+    state["cim_operations"]["velk_methodresult.deleteinstance"] = "browse";
+    loadState(state);
     RecordingHandler wrongClass;
     EXPECT_CIM_ERROR(provider->deleteInstance(context(),
             jobPath("KORVANE:task_id:103", "VELK_MethodResult"), wrongClass),
@@ -300,7 +318,8 @@ TEST_F(JobProviderTest, RequestStateChangeWarningLines)
     provider->invokeMethod(context(), jobPath("KORVANE:task_id:101"),
         CIMName("RequestStateChange"), onlyTimeout, h2);
     EXPECT_EQ(std::vector<std::string>({" Invalid number of parameters\n",
-        "Mandatory parameter RequestedState not present\n"}), logTexts(2));
+        "Mandatory parameter RequestedState not present\n"}),
+        methodErrors(logTexts(2)));
     std::vector<std::string> traces = logTexts(4);
     EXPECT_NE(traces.end(), std::find(traces.begin(), traces.end(),
         "Param TimeoutPeriod\n"));
@@ -509,5 +528,6 @@ TEST_F(JobProviderTest, GetErrorWithoutAnError)
     EXPECT_NE(traces.end(), std::find(traces.begin(), traces.end(),
         "Overall status of the operation = 5\n"));
     EXPECT_EQ(std::vector<std::string>({
-        " Invalid number of input parameters, should be 0\n"}), logTexts(2));
+        " Invalid number of input parameters, should be 0\n"}),
+        methodErrors(logTexts(2)));
 }

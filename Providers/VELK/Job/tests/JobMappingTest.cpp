@@ -81,6 +81,20 @@ public:
 
 typedef VELK_ConcreteJobProvider P;
 
+// No log or event files of the array for these tests.
+class QuietArray : public ::testing::Environment
+{
+public:
+    void SetUp() override
+    {
+        velksim::setLogFile("");
+        velksim::setEventLogFile("");
+    }
+};
+
+::testing::Environment* const quietArray =
+    ::testing::AddGlobalTestEnvironment(new QuietArray);
+
 } // namespace
 
 // ---------------------------------------------------------------------------
