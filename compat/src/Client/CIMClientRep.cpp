@@ -279,10 +279,9 @@ std::string CIMClientRep::_post(const String& methodName, const String& cimObjec
                 ((err == httplib::Error::Read || err == httplib::Error::Write) &&
                  Uint64(elapsed) + 50 >= _timeoutMs))
                 throw ConnectionTimeoutException();
-            // A kept-alive connection the server has closed meanwhile:
-            // one more try on a fresh connection.
-            if (attempt == 0 && (err == httplib::Error::Read ||
-                err == httplib::Error::Write))
+            // The request did not go out on a kept-alive connection the
+            // server had just closed: one more try on a fresh connection.
+            if (attempt == 0 && err == httplib::Error::Write)
                 continue;
             if (err == httplib::Error::Connection)
                 throw CannotConnectException(String("Cannot connect to the CIM server"));

@@ -750,6 +750,8 @@ CimXmlHttpResponse CimXmlRequestProcessor::process(const std::string& httpMethod
 
     std::string messageId;
     std::string callName;
+    String messageIdText;
+    String callNameText;
     bool intrinsic = true;
     std::string result;             // IRETURNVALUE or METHODRESPONSE content
     pugi::xml_document doc;
@@ -834,6 +836,8 @@ CimXmlHttpResponse CimXmlRequestProcessor::process(const std::string& httpMethod
             callName = requireAttr(call, "NAME");
             if (callName.empty())
                 fail("empty NAME");
+            messageIdText = toString(messageId.c_str());
+            callNameText = toString(callName.c_str());
             if (strcasecmp(callName.c_str(), cimMethod.c_str()) != 0)
                 httpFail(400, "header-mismatch", "CIMMethod does not match " +
                     std::string(call.name()) + " NAME");
@@ -857,7 +861,7 @@ CimXmlHttpResponse CimXmlRequestProcessor::process(const std::string& httpMethod
                 ns = target.getNameSpace();
                 if (!objectHeaderMatches(cimObject, target))
                     httpFail(400, "header-mismatch", "CIMObject does not match the target");
-                if (!CIMName::legal(toString(callName.c_str())))
+                if (!CIMName::legal(callNameText))
                     fail("illegal method name");
             }
         }
@@ -868,8 +872,15 @@ CimXmlHttpResponse CimXmlRequestProcessor::process(const std::string& httpMethod
     }
     catch (const HttpFailure& f)
     {
-        return httpError(f.status, f.cimError, f.detail.empty() ? String() :
-            String(f.detail.c_str()));
+        String detail;
+        try
+        {
+            detail = String(f.detail.c_str());
+        }
+        catch (const Exception&)
+        {
+        }
+        return httpError(f.status, f.cimError, detail);
     }
     catch (const Exception& e)
     {
@@ -911,7 +922,7 @@ CimXmlHttpResponse CimXmlRequestProcessor::process(const std::string& httpMethod
             }
             Array<CIMParamValue> out;
             CIMValue rv = _target.invokeMethod(context, ns, target,
-                CIMName(toString(callName.c_str())), in, out);
+                CIMName(callNameText), in, out);
             XmlWriter w(content, _flags);
             w.appendReturnValue(rv);
             for (Uint32 i = 0; i < out.size(); i++)
@@ -961,8 +972,8 @@ CimXmlHttpResponse CimXmlRequestProcessor::process(const std::string& httpMethod
     r.reason = "OK";
     const char* element = intrinsic ? "IMETHODRESPONSE" : "METHODRESPONSE";
     XmlWriter w(r.body, _flags);
-    w.appendResponseStart(str(messageId));
-    w.appendStartTag(element, "NAME", str(callName));
+    w.appendResponseStart(messageIdText);
+    w.appendStartTag(element, "NAME", callNameText);
     r.body.append(content);
     w.appendEndTag(element);
     w.appendResponseEnd();
