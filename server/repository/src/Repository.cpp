@@ -392,8 +392,7 @@ struct Repository::Data
     static StoredInstance* findInstance(NamespaceData& ns, const CIMObjectPath& path,
         ClassEntry** owner, std::size_t* index)
     {
-        ClassEntry& cls = getClass(ns, path.getClassName(), CIM_ERR_INVALID_CLASS);
-        (void)cls;
+        getClass(ns, path.getClassName(), CIM_ERR_INVALID_CLASS);   // the class must exist
         for (ClassEntry* e : subtree(ns, nameKey(path.getClassName())))
             for (std::size_t i = 0; i < e->instances.size(); ++i)
                 if (keysMatch(e->instances[i].path.getKeyBindings(), path.getKeyBindings(), ns.name))
