@@ -176,6 +176,7 @@ void Simulator::reset()
         faults_.clear();
         capture_ = false;
         events_.clear();
+        eventLogFailed_.clear();
     }
     Logger::instance().reset();
     AccessSemaphore::instance().reset();
@@ -352,9 +353,14 @@ void Simulator::recordEvent(api_evtparam_t* eventp, int cbCode, const char* acti
             ok = ::write(fd, line.data(), line.size()) == static_cast<ssize_t>(line.size());
             ::close(fd);
         }
-        if (!ok)
+        // Reported once per file, not on every event.
+        if (!ok && eventLogFailed_ != eventLog_) {
+            eventLogFailed_ = eventLog_;
             Logger::instance().write(2, "velkapi: cannot append to the event log " + eventLog_ + ": "
                                             + std::strerror(errno) + "\n");
+        } else if (ok && eventLogFailed_ == eventLog_) {
+            eventLogFailed_.clear();
+        }
     }
     if (capture_)
         events_.push_back(std::move(ev));

@@ -86,6 +86,7 @@ private:
     std::int64_t clock_ = 0;
     std::map<std::string, Fault> faults_;
     std::string eventLog_;
+    std::string eventLogFailed_;   // event log whose failure was reported
     bool capture_ = false;
     std::vector<EventRecord> events_;
 };

@@ -730,3 +730,76 @@ TEST_F(Velkapi, DemoArrayLoadsWithEveryKindOfJob)
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(Velkapi, FailedWriteBackUndoesTheChange)
+{
+    const fs::path sub = dir / "gone";
+    fs::create_directories(sub);
+    velksim::loadStateJson(baseState().dump(), (sub / "array.json").string());
+    fs::remove_all(sub);
+    api_Status_t st = api_cancelTask(nullptr, 10);
+    EXPECT_EQ(st.code, API_ERR_IO);
+    EXPECT_EQ(errorText(st).rfind("The array state could not be written: " + (sub / "array.json").string() + ".tmp.", 0),
+              0u)
+        << errorText(st);
+    EXPECT_EQ(tasks().find(10)->tsk_done, 0u);
+    velk_u32 ended = 13;
+    EXPECT_EQ(api_removeTasks(nullptr, &ended, 1, API_DOMAIN_ANY, 0).code, API_ERR_IO);
+    EXPECT_NE(tasks().find(13), nullptr);
+    // Both failures are in the log and in the event log.
+    int errors = 0;
+    for (const auto& line : velksim::takeLogLines())
+        errors += line.level == 2;
+    EXPECT_EQ(errors, 2);
+    auto evs = velksim::takeEvents();
+    ASSERT_EQ(evs.size(), 2u);
+    EXPECT_EQ(evs[0].code, API_ERR_IO);
+}
+
+TEST_F(Velkapi, UnwritableEventLogIsReportedOnceAndChangesStillHappen)
+{
+    velksim::setEventLogFile((dir / "no" / "such" / "events.log").string());
+    EXPECT_EQ(api_cancelTask(nullptr, 10).code, 0);
+    EXPECT_EQ(api_cancelTask(nullptr, 12).code, 0);
+    auto lines = velksim::takeLogLines();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].level, 2);
+    EXPECT_EQ(lines[0].text, "velkapi: cannot append to the event log " + (dir / "no" / "such" / "events.log").string()
+                                 + ": No such file or directory\n");
+    EXPECT_EQ(velksim::takeEvents().size(), 2u);
+    velksim::loadStateFile(statePath.string());
+    EXPECT_EQ(tasks().find(12)->tsk_cancelled, 1u);
+}
+
+TEST_F(Velkapi, ConcurrentCallersSeeConsistentState)
+{
+    // Readers list tasks while writers cancel and remove them.
+    std::atomic<bool> stop{false};
+    std::atomic<int> bad{0};
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 3; ++i)
+        readers.emplace_back([&] {
+            while (!stop) {
+                int n = 0;
+                tsk_data_t* list = nullptr;
+                if (api_getTasks(0, API_TASK_READ_ALL, &n, &list).code != 0 || n < 4 || n > 6)
+                    ++bad;
+                std::free(list);
+            }
+        });
+    std::thread writer([&] {
+        EXPECT_EQ(api_cancelTask(nullptr, 10).code, 0);
+        velk_u32 ids[] = {10, 13};
+        EXPECT_EQ(api_removeTasks(nullptr, ids, 2, API_DOMAIN_ANY, 0).code, 0);
+    });
+    writer.join();
+    stop = true;
+    for (auto& t : readers)
+        t.join();
+    EXPECT_EQ(bad.load(), 0);
+    EXPECT_EQ(tasks().count, 4);
+}
+
+} // namespace
