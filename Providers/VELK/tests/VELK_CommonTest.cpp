@@ -575,3 +575,18 @@ TEST(VelkCommonRemoteCopy, TargetToSystemNameExactMatchOnly)
     EXPECT_EQ("", str(VELK_Common::RCTargetToSysname(rcopy, "TGTB")));
     EXPECT_EQ("", str(VELK_Common::RCTargetToSysname(rcopy, "none")));
 }
+
+// ---------------------------------------------------------------------------
+// The internal cache object
+// ---------------------------------------------------------------------------
+
+TEST(VelkCommonIdentity, InternalCacheObjectPath)
+{
+    CIMObjectPath p = VELK_Common::buildInternalCacheObjectPath("localhost",
+        "localhost");
+    EXPECT_EQ("//localhost/root/PG_Internal:VELK_InternalCache.InstanceID="
+              "\"localhost-InternalCache\"",
+        str(p.toString()));
+    ASSERT_EQ(1u, p.getKeyBindings().size());
+    EXPECT_EQ(CIMKeyBinding::STRING, p.getKeyBindings()[0].getType());
+}
