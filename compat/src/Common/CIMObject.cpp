@@ -105,17 +105,6 @@ Boolean CIMObjectRep::identical(const CIMObjectRep* x) const
     return true;
 }
 
-namespace
-{
-
-String objectText(const CIMConstObject& object)
-{
-    std::string text = XmlWriter::embeddedObjectText(object);
-    return String(text.data(), Uint32(text.size()));
-}
-
-}
-
 //
 // CIMObject
 //
@@ -238,7 +227,7 @@ Boolean CIMObject::isUninitialized() const
 String CIMObject::toString() const
 {
     checkedRep(_rep);
-    return objectText(*this);
+    return XmlWriter::objectToXml(*this);
 }
 
 Boolean CIMObject::isClass() const
@@ -349,7 +338,7 @@ Boolean CIMConstObject::isUninitialized() const
 String CIMConstObject::toString() const
 {
     checkedRep(_rep);
-    return objectText(*this);
+    return XmlWriter::objectToXml(*this);
 }
 
 Boolean CIMConstObject::isClass() const
