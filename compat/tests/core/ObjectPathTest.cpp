@@ -327,3 +327,36 @@ TEST(CIMKeyBinding, EqualConvertsToTheValueType)
     EXPECT_TRUE(key("B", "false", CIMKeyBinding::BOOLEAN).equal(CIMValue(false)));
     EXPECT_FALSE(n.equal(CIMValue(Array<Uint8>(1, 42))));
 }
+
+TEST(CIMObjectPath, SetFromTextReplacesEveryPart)
+{
+    CIMObjectPath p("//h/root:A.k=1");
+    p = String("B.x=\"y\"");
+    EXPECT_EQ(p.getHost(), "");
+    EXPECT_TRUE(p.getNameSpace().isNull());
+    EXPECT_EQ(text(p), "B.x=\"y\"");
+    p.set("ns:C");
+    EXPECT_EQ(p.getKeyBindings().size(), 0u);
+    EXPECT_EQ(text(p), "ns:C");
+    EXPECT_THROW(p.set("ns:"), MalformedObjectNameException);
+    p.clear();
+    EXPECT_EQ(text(p), "");
+    EXPECT_TRUE(p.getClassName().isNull());
+}
+
+TEST(CIMObjectPath, NonAsciiKeyValuesRoundTrip)
+{
+    const char* s = "C.Name=\"caf\xC3\xA9 \xE2\x82\xAC\"";
+    CIMObjectPath p(s);
+    EXPECT_EQ(p.getKeyBindings()[0].getValue().size(), 6u);
+    EXPECT_EQ(text(p), s);
+}
+
+TEST(CIMObjectPath, HashFoldsBooleanAndNumericSpelling)
+{
+    EXPECT_EQ(CIMObjectPath("C.b=true,n=255").makeHashCode(),
+        CIMObjectPath("c.B=TRUE,N=0xff").makeHashCode());
+    EXPECT_NE(CIMObjectPath("C.s=\"A\"").makeHashCode(),
+        CIMObjectPath("C.s=\"a\"").makeHashCode());
+    EXPECT_NE(CIMObjectPath("ns:C.k=1").makeHashCode(), CIMObjectPath("C.k=1").makeHashCode());
+}

@@ -208,3 +208,98 @@ TEST(CIMValue, EmbeddedObjectKeepsObjectType)
     EXPECT_EQ(va.getArraySize(), 1u);
     EXPECT_TRUE(va == CIMValue(arr));
 }
+
+namespace
+{
+
+// Round trip of one array type: type, size, element values, and the
+// mismatch on the scalar read and on the neighbouring type.
+template<class T, class Other>
+void checkArrayRoundTrip(CIMType type, const T& a, const T& b)
+{
+    Array<T> in;
+    in.append(a);
+    in.append(b);
+    CIMValue v(in);
+    EXPECT_EQ(v.getType(), type) << cimTypeToString(type);
+    EXPECT_TRUE(v.isArray());
+    EXPECT_EQ(v.getArraySize(), 2u);
+    Array<T> out;
+    v.get(out);
+    ASSERT_EQ(out.size(), 2u);
+    EXPECT_TRUE(CIMValue(out) == v) << cimTypeToString(type);
+    T scalar(a);
+    EXPECT_THROW(v.get(scalar), TypeMismatchException) << cimTypeToString(type);
+    Array<Other> other;
+    EXPECT_THROW(v.get(other), TypeMismatchException) << cimTypeToString(type);
+
+    CIMValue nullArray(type, true, 3);
+    Array<T> untouched(in);
+    nullArray.get(untouched);
+    EXPECT_EQ(untouched.size(), 2u);
+    EXPECT_FALSE(nullArray == v);
+    EXPECT_TRUE(nullArray.typeCompatible(v));
+}
+
+} // namespace
+
+TEST(CIMValue, EveryArrayTypeRoundTrips)
+{
+    checkArrayRoundTrip<Boolean, Uint8>(CIMTYPE_BOOLEAN, true, false);
+    checkArrayRoundTrip<Uint8, Sint8>(CIMTYPE_UINT8, 1, 255);
+    checkArrayRoundTrip<Sint8, Uint8>(CIMTYPE_SINT8, -1, 127);
+    checkArrayRoundTrip<Uint16, Char16>(CIMTYPE_UINT16, 1, 65535);
+    checkArrayRoundTrip<Sint16, Uint16>(CIMTYPE_SINT16, -2, 2);
+    checkArrayRoundTrip<Uint32, Sint32>(CIMTYPE_UINT32, 3, 4);
+    checkArrayRoundTrip<Sint32, Uint32>(CIMTYPE_SINT32, -3, 4);
+    checkArrayRoundTrip<Uint64, Sint64>(CIMTYPE_UINT64, 5, 6);
+    checkArrayRoundTrip<Sint64, Uint64>(CIMTYPE_SINT64, -5, 6);
+    checkArrayRoundTrip<Real32, Real64>(CIMTYPE_REAL32, 0.5f, 1.5f);
+    checkArrayRoundTrip<Real64, Real32>(CIMTYPE_REAL64, 0.25, 2.5);
+    checkArrayRoundTrip<Char16, Uint16>(CIMTYPE_CHAR16, Char16('a'), Char16(0x263A));
+    checkArrayRoundTrip<String, CIMObjectPath>(CIMTYPE_STRING, String("a"), String("b"));
+    checkArrayRoundTrip<CIMDateTime, String>(CIMTYPE_DATETIME,
+        CIMDateTime(String("20240101000000.000000+000")), CIMDateTime());
+    checkArrayRoundTrip<CIMObjectPath, String>(CIMTYPE_REFERENCE,
+        CIMObjectPath("C.K=1"), CIMObjectPath("ns:D.K=\"x\""));
+    checkArrayRoundTrip<CIMInstance, CIMObject>(CIMTYPE_INSTANCE,
+        CIMInstance(CIMName("A")), CIMInstance(CIMName("B")));
+    checkArrayRoundTrip<CIMObject, CIMInstance>(CIMTYPE_OBJECT,
+        CIMObject(CIMInstance(CIMName("A"))), CIMObject(CIMInstance(CIMName("B"))));
+}
+
+TEST(CIMValue, DeprecatedCharIsSint8)
+{
+    Array<char> chars;
+    chars.append('a');
+    chars.append('b');
+    CIMValue v(chars);
+    EXPECT_EQ(v.getType(), CIMTYPE_SINT8);
+    Array<Sint8> asSint8;
+    v.get(asSint8);
+    EXPECT_EQ(asSint8[1], Sint8('b'));
+    Array<char> back;
+    v.get(back);
+    EXPECT_EQ(back[0], 'a');
+    CIMValue c;
+    c.set('z');
+    char z = 0;
+    c.get(z);
+    EXPECT_EQ(z, 'z');
+}
+
+TEST(CIMValue, AssignmentReplacesEverything)
+{
+    CIMValue a(String("text"));
+    CIMValue b(CIMTYPE_UINT64, true, 7);
+    a = b;
+    EXPECT_TRUE(a.isNull());
+    EXPECT_TRUE(a.isArray());
+    EXPECT_EQ(a.getType(), CIMTYPE_UINT64);
+    EXPECT_EQ(a.getArraySize(), 7u);
+    b.assign(CIMValue(Uint64(1)));
+    EXPECT_EQ(a.getArraySize(), 7u);
+    const CIMValue& self = a;
+    a = self;
+    EXPECT_EQ(a.getArraySize(), 7u);
+}
