@@ -20,7 +20,8 @@ CIMName propertyName(Uint32 i)
     return CIMName(name);
 }
 
-// Thirty properties of the usual kinds: strings, integers, a datetime.
+// Thirty properties of the usual kinds (strings, integers, datetimes), each
+// with a description, as classes come from the server.
 CIMClass thirtyPropertyClass()
 {
     CIMClass cls("VELK_ConcreteJob", "CIM_ConcreteJob");
@@ -35,6 +36,8 @@ CIMClass thirtyPropertyClass()
             default: value = CIMValue(CIMTYPE_DATETIME, false); break;
         }
         CIMProperty p(propertyName(i), value, 0, CIMName(), "CIM_Job", true);
+        p.addQualifier(CIMQualifier("Description",
+            CIMValue(String("What this property tells about the job."))));
         if (i == 0)
             p.addQualifier(CIMQualifier("Key", CIMValue(true)));
         cls.addProperty(p);
