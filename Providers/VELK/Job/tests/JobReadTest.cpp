@@ -3,6 +3,8 @@
 #include "JobProviderTestSupport.h"
 
 #include <algorithm>
+#include <atomic>
+#include <thread>
 #include <cstdlib>
 #include <ctime>
 
@@ -516,4 +518,38 @@ TEST_F(JobProviderTest, InitializeTraceAndSecondProviderIndependent)
     second->terminate();
     // The first provider still answers.
     EXPECT_EQ(kJobs.size(), enumerate().size());
+}
+
+TEST_F(JobProviderTest, ConcurrentRequestsOnOneProvider)
+{
+    std::atomic<int> wrong(0);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; t++)
+    {
+        threads.emplace_back([this, &wrong]() {
+            for (int i = 0; i < 10; i++)
+            {
+                RecordingInstanceHandler all;
+                provider->enumerateInstances(context(), classPath(), false,
+                    false, CIMPropertyList(), all);
+                if (instanceIDs(all.instances) != kJobs)
+                    wrong++;
+                RecordingInstanceHandler one;
+                provider->getInstance(context(),
+                    jobPath("KORVANE:task_id:105"), false, false,
+                    CIMPropertyList(), one);
+                if (one.instances.size() != 1 ||
+                    uint16Prop(one.instances[0], "JobState") != 10)
+                    wrong++;
+                RecordingPathHandler names;
+                provider->enumerateInstanceNames(context(), classPath(),
+                    names);
+                if (names.paths.size() != kJobs.size())
+                    wrong++;
+            }
+        });
+    }
+    for (auto& t : threads)
+        t.join();
+    EXPECT_EQ(0, wrong.load());
 }
