@@ -210,6 +210,27 @@ int compareUnits(const Uint16* a, Uint32 na, const Uint16* b, Uint32 nb, bool no
     return na < nb ? -1 : 1;
 }
 
+// Compares a string with a UTF-8 literal without converting the literal
+// while it is ASCII: 1 equal, 0 different, -1 undecided (the literal has a
+// non-ASCII byte, so it must be decoded and checked).
+int equalLiteral(const Uint16* p, Uint32 n, const char* lit, bool noCase)
+{
+    if (!lit)
+        throw NullPointer();
+    bool same = true;
+    Uint32 i = 0;
+    for (; lit[i]; i++)
+    {
+        Uint8 c = Uint8(lit[i]);
+        if (c >= 0x80)
+            return -1;
+        if (same && (i >= n ||
+            (p[i] != c && (!noCase || foldLowerASCII(p[i]) != foldLowerASCII(c)))))
+            same = false;
+    }
+    return same && i == n ? 1 : 0;
+}
+
 } // namespace
 
 //
@@ -669,7 +690,8 @@ Boolean String::equal(const String& s1, const String& s2)
 
 Boolean String::equal(const String& s1, const char* s2)
 {
-    return equal(s1, String(s2));
+    int r = equalLiteral(s1._rep->data, s1._rep->size, s2, false);
+    return r < 0 ? equal(s1, String(s2)) : r == 1;
 }
 
 Boolean String::equalNoCase(const String& s1, const String& s2)
@@ -689,7 +711,8 @@ Boolean String::equalNoCase(const String& s1, const String& s2)
 
 Boolean String::equalNoCase(const String& s1, const char* s2)
 {
-    return equalNoCase(s1, String(s2));
+    int r = equalLiteral(s1._rep->data, s1._rep->size, s2, true);
+    return r < 0 ? equalNoCase(s1, String(s2)) : r == 1;
 }
 
 //
@@ -703,12 +726,12 @@ Boolean operator==(const String& str1, const String& str2)
 
 Boolean operator==(const String& str1, const char* str2)
 {
-    return String::equal(str1, String(str2));
+    return String::equal(str1, str2);
 }
 
 Boolean operator==(const char* str1, const String& str2)
 {
-    return String::equal(String(str1), str2);
+    return String::equal(str2, str1);
 }
 
 Boolean operator!=(const String& str1, const String& str2)

@@ -176,3 +176,20 @@ TEST(CString, CopyOwnsItsBytes)
     CString empty;
     EXPECT_EQ((const char*)empty, nullptr);
 }
+
+TEST(String, ComparisonWithLiterals)
+{
+    String s("abc");
+    EXPECT_TRUE(s == "abc");
+    EXPECT_TRUE("abc" == s);
+    EXPECT_FALSE(s == "ab");
+    EXPECT_FALSE(s == "abcd");
+    EXPECT_FALSE(s == "");
+    EXPECT_TRUE(String() == "");
+    EXPECT_TRUE(String::equalNoCase(s, "ABC"));
+    EXPECT_FALSE(String::equal(s, "ABC"));
+    EXPECT_TRUE(String("caf\xC3\xA9") == "caf\xC3\xA9");
+    EXPECT_FALSE(String("cafe") == "caf\xC3\xA9");
+    // The literal is UTF-8 even when the comparison could stop early.
+    EXPECT_THROW((void)(s == "xy\xE9"), Exception);
+}
