@@ -399,6 +399,12 @@ void CIMValue::_release()
 {
     if (_isNull)
         return;
+    if (!_isArray && _type <= CIMTYPE_CHAR16)
+    {
+        // Plain data: nothing to destroy.
+        _isNull = true;
+        return;
+    }
     bool isArray = _isArray;
     visitType(CIMType(_type), [this, isArray](auto tag)
     {
