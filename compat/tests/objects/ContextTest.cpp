@@ -174,3 +174,59 @@ TEST(PropertyList, AppendReplacesWithDeduplicatedNames)
     list.appendCIMNameTag(7);
     EXPECT_EQ(7u, list.getCIMNameTag(0));
 }
+
+namespace
+{
+
+// A container of the caller's own that counts its live copies, to see what
+// the context clones and destroys.
+class CountingContainer : virtual public OperationContext::Container
+{
+public:
+    static int live;
+    explicit CountingContainer(int v) : value(v) { live++; }
+    CountingContainer(const CountingContainer& x)
+        : OperationContext::Container(), value(x.value)
+    {
+        live++;
+    }
+    ~CountingContainer() { live--; }
+    String getName() const override { return String("CountingContainer"); }
+    OperationContext::Container* clone() const override
+    {
+        return new CountingContainer(*this);
+    }
+    void destroy() override { delete this; }
+    int value;
+};
+
+int CountingContainer::live = 0;
+
+}
+
+TEST(OperationContextRules, OwnsClonesOfWhatItIsGiven)
+{
+    {
+        CountingContainer mine(1);
+        OperationContext context;
+        context.insert(mine);
+        EXPECT_EQ(2, CountingContainer::live);
+        mine.value = 5;
+        EXPECT_EQ(1, dynamic_cast<const CountingContainer&>(
+            context.get("CountingContainer")).value);
+
+        context.set(CountingContainer(2));
+        EXPECT_EQ(2, CountingContainer::live);
+        {
+            OperationContext copy = context;
+            EXPECT_EQ(3, CountingContainer::live);
+            copy = OperationContext();
+            EXPECT_EQ(2, CountingContainer::live);
+        }
+        context.remove("CountingContainer");
+        EXPECT_EQ(1, CountingContainer::live);
+        context.insert(CountingContainer(3));
+        EXPECT_EQ(2, CountingContainer::live);
+    }
+    EXPECT_EQ(0, CountingContainer::live);
+}

@@ -167,3 +167,76 @@ TEST(Elements, ResponseHandlersKeepTheirContext)
     handler.returned.get(rc);
     EXPECT_EQ(4096u, rc);
 }
+
+TEST(Elements, SharedPropertiesCountTheirContainers)
+{
+    CIMProperty shared("Name", CIMValue(String("x")));
+    {
+        CIMInstance a("A");
+        CIMInstance b("B");
+        a.addProperty(shared);
+        b.addProperty(shared);
+        // Changing it through one instance shows in the other.
+        b.getProperty(0).setValue(CIMValue(String("y")));
+        String v;
+        a.getProperty(0).getValue().get(v);
+        EXPECT_EQ(String("y"), v);
+
+        a.removeProperty(0);
+        EXPECT_THROW(shared.setName("Other"), Exception);
+        b.instanceFilter(true, true, CIMPropertyList(Array<CIMName>()));
+        EXPECT_EQ(0u, b.getPropertyCount());
+        shared.setName("Other");
+
+        CIMInstance c("C");
+        c.addProperty(shared);
+        EXPECT_THROW(shared.setName("Third"), Exception);
+    }
+    // The instance holding it is gone.
+    shared.setName("Third");
+    EXPECT_EQ(String("Third"), shared.getName().getString());
+}
+
+TEST(Elements, ClassCloneCopiesMethodsAndQualifiersDeeply)
+{
+    CIMClass cls("VELK_ConcreteJob", "CIM_ConcreteJob");
+    cls.addQualifier(CIMQualifier("Version", CIMValue(String("2.1"))));
+    cls.addProperty(CIMProperty("JobState", CIMValue(CIMTYPE_UINT16, false))
+        .addQualifier(CIMQualifier("ValueMap", CIMValue(Array<String>(2, String("2"))))));
+    cls.addMethod(CIMMethod("KillJob", CIMTYPE_UINT32)
+        .addQualifier(CIMQualifier("Deprecated", CIMValue(true)))
+        .addParameter(CIMParameter("DeleteOnKill", CIMTYPE_BOOLEAN)
+            .addQualifier(CIMQualifier("In", CIMValue(true)))));
+
+    CIMClass copy = CIMConstClass(cls).clone();
+    EXPECT_TRUE(copy.identical(cls));
+    copy.getMethod(0).getQualifier(0).setValue(CIMValue(false));
+    copy.getMethod(0).getParameter(0).getQualifier(0).setValue(CIMValue(false));
+    copy.getProperty(0).getQualifier(0).setValue(CIMValue(Array<String>()));
+    copy.getQualifier(0).setValue(CIMValue(String("2.2")));
+    copy.setSuperClassName("CIM_Job");
+
+    Boolean flag = false;
+    cls.getMethod(0).getQualifier(0).getValue().get(flag);
+    EXPECT_TRUE(flag);
+    cls.getMethod(0).getParameter(0).getQualifier(0).getValue().get(flag);
+    EXPECT_TRUE(flag);
+    Array<String> map;
+    cls.getProperty(0).getQualifier(0).getValue().get(map);
+    EXPECT_EQ(2u, map.size());
+    EXPECT_EQ(String("CIM_ConcreteJob"), cls.getSuperClassName().getString());
+
+    // Properties of the clone belong to it: renaming them is refused, and
+    // the original's properties are other handles.
+    EXPECT_THROW(copy.getProperty(0).setName("X"), Exception);
+    copy.removeProperty(0);
+    EXPECT_EQ(1u, cls.getPropertyCount());
+
+    // A reference property without its class is refused through CIMObject too.
+    CIMObject asObject(cls);
+    EXPECT_THROW(asObject.addProperty(
+        CIMProperty("Owner", CIMValue(CIMTYPE_REFERENCE, false))), TypeMismatchException);
+    CIMObject instanceObject = CIMInstance("VELK_ConcreteJob");
+    instanceObject.addProperty(CIMProperty("Owner", CIMValue(CIMTYPE_REFERENCE, false)));
+    EXPECT_EQ(1u, instanceObject.getPropertyCount());
+}
