@@ -169,8 +169,7 @@ void appendText(String& out, const CIMObjectPath& x) { out.append(x.toString());
 
 void appendObjectText(String& out, const CIMConstObject& x)
 {
-    std::string text = XmlWriter::embeddedObjectText(x);
-    out.append(String(text.c_str(), Uint32(text.size())));
+    out.append(XmlWriter::objectToXml(x));
 }
 
 void appendText(String& out, const CIMObject& x) { appendObjectText(out, CIMConstObject(x)); }

@@ -303,3 +303,15 @@ TEST(CIMValue, AssignmentReplacesEverything)
     a = self;
     EXPECT_EQ(a.getArraySize(), 7u);
 }
+
+TEST(CIMValue, EmbeddedInstanceTextIsCimXml)
+{
+    CIMInstance inst(CIMName("Sample_Job"));
+    inst.addProperty(CIMProperty(CIMName("Name"), CIMValue(String("j1"))));
+    String text = CIMValue(inst).toString();
+    CString c = text.getCString();
+    std::string s(c);
+    EXPECT_EQ(s.rfind("<INSTANCE CLASSNAME=\"Sample_Job\"", 0), 0u) << s;
+    EXPECT_NE(s.find("j1"), std::string::npos) << s;
+    EXPECT_EQ(s.substr(s.size() - 11), "</INSTANCE>") << s;
+}
