@@ -202,6 +202,33 @@ INSTANTIATE_TEST_SUITE_P(Rules, AssociatedJobMethodResultScreen, ::testing::Valu
 
 // ---------------------------------------------------------------- traversal
 
+TEST_F(AssociatedJobMethodResult, TraceLinesKeepTheirExactTexts)
+{
+    VELK_AssociatedJobMethodResultProvider* fresh =
+        new VELK_AssociatedJobMethodResultProvider();
+    CIMOMHandle handle = server->handle();
+    velksim::clearCaptured();
+    fresh->initialize(handle);
+    EXPECT_TRUE(loggedLine(4, "--> VELK_AssociatedJobMethodResultProvider::"
+        "initialize(cimom)\n)"));
+    EXPECT_TRUE(loggedLine(4, "<-- VELK_AssociatedJobMethodResultProvider::"
+        "initialize(cimom)\n)"));
+
+    velksim::clearCaptured();
+    PathRecorder paths;
+    fresh->referenceNames(root, jobPath(2), CIMName(), String::EMPTY, paths);
+    const std::string job = (const char*)jobPath(2).toString().getCString();
+    EXPECT_TRUE(loggedLine(4,
+        "-->VELK_AssociatedJobMethodResultProvider::referenceNames\n"));
+    EXPECT_TRUE(loggedLine(4, "VELK_AssociatedJobMethodResultProvider::"
+        "referenceNames: objectName = " + job + "; resultClass = "));
+    EXPECT_TRUE(loggedLine(4, "-->VELK_AssociatedJobMethodResultProvider::"
+        "_getRelatedInstanceNames: className = VELK_ConcreteJob \n"));
+    EXPECT_TRUE(loggedLine(4,
+        "<--VELK_AssociatedJobMethodResultProvider::referenceNames\n"));
+    fresh->terminate();
+}
+
 TEST_F(AssociatedJobMethodResult, EachEndLeadsToTheOtherBySharedInstanceID)
 {
     ObjectRecorder toJob;

@@ -396,6 +396,38 @@ TEST_F(MethodResult, FailedJobCarriesItsErrorAfterTheCall)
         cancelled.parameters.findProperty(CIMName("Error")));
 }
 
+TEST_F(MethodResult, TraceLinesKeepTheirExactTexts)
+{
+    VELK_MethodResultProvider* fresh = new VELK_MethodResultProvider();
+    CIMOMHandle handle = server->handle();
+    velksim::clearCaptured();
+    fresh->initialize(handle);
+    EXPECT_TRUE(loggedLine(4, "--> VELK_MethodResultProvider::initialize()\n"));
+    EXPECT_TRUE(loggedLine(4, "<--VELK_MethodResultProvider::initialize()\n"));
+
+    velksim::clearCaptured();
+    InstanceRecorder rec;
+    fresh->getInstance(root,
+        VELK_MethodResultProvider::buildObjectPath("ctl1", jobId(8)), false,
+        false, CIMPropertyList(), rec);
+    fresh->terminate();
+    const char* const expected[] = {
+        "--> VELK_MethodResultProvider::getInstance\n",
+        "--> VELK_MethodResultProvider::_buildInstances\n",
+        "--> VELK_MethodResultProvider::_buildInstance()\n",
+        "--> VELK_MethodResultProvider::_constructInstMethodCallInst()\n",
+        "--> VELK_MethodResultProvider::_constructMethodParamObject()\n",
+        "<-- VELK_MethodResultProvider::_constructMethodParamObject()\n",
+        "<-- VELK_MethodResultProvider::_constructInstMethodCallInst()\n",
+        "--> VELK_MethodResultProvider::buildObjectPath()\n",
+        "<-- VELK_MethodResultProvider::_buildInstance()\n",
+        "<-- VELK_MethodResultProvider::_buildInstances\n",
+        "<-- VELK_MethodResultProvider::getInstance\n",
+    };
+    for (const char* line : expected)
+        EXPECT_TRUE(loggedLine(4, line)) << line;
+}
+
 // ---------------------------------------------------------------- getInstance
 
 TEST_F(MethodResult, GetInstanceFindsTheResultOfOneJob)

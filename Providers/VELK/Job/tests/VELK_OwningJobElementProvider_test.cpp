@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <thread>
 
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/Exception.h>
@@ -416,6 +417,73 @@ TEST_F(OwningJobElement, GetInstanceNeedsTwoKeysAndTwoExistingObjects)
             e.getMessage());
     }
     EXPECT_TRUE(rec.calls.empty());
+}
+
+TEST_F(OwningJobElement, ConcurrentFirstRequestsShareTheServicePaths)
+{
+    // A fresh provider: the first requests fill the service-path lists
+    // while others read them.
+    VELK_OwningJobElementProvider* fresh = new VELK_OwningJobElementProvider();
+    CIMOMHandle handle = server->handle();
+    fresh->initialize(handle);
+
+    const int kThreads = 4;
+    std::vector<size_t> counts(kThreads, 0);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; t++)
+    {
+        threads.emplace_back([&, t] {
+            OperationContext context = userContext("root");
+            for (int i = 0; i < 3; i++)
+            {
+                PathRecorder rec;
+                fresh->enumerateInstanceNames(context,
+                    CIMObjectPath("VELK_OwningJobElement"), rec);
+                counts[t] += rec.items.size();
+            }
+        });
+    }
+    for (std::thread& th : threads)
+        th.join();
+    fresh->terminate();
+    for (int t = 0; t < kThreads; t++)
+        EXPECT_EQ(3u * 13u, counts[t]) << t;
+}
+
+TEST_F(OwningJobElement, TraceLinesKeepTheirExactTexts)
+{
+    VELK_OwningJobElementProvider* fresh = new VELK_OwningJobElementProvider();
+    CIMOMHandle handle = server->handle();
+    velksim::clearCaptured();
+    fresh->initialize(handle);
+    EXPECT_TRUE(loggedLine(4,
+        "--> VELK_OwningJobElementProvider::initialize(cimom)\n)"));
+    EXPECT_TRUE(loggedLine(4,
+        "<-- VELK_OwningJobElementProvider::initialize(cimom)\n)"));
+
+    velksim::clearCaptured();
+    ObjectRecorder objects;
+    fresh->associators(root, replicationSvc, CIMName("VELK_OwningJobElement"),
+        CIMName(), String::EMPTY, String::EMPTY, false, false,
+        CIMPropertyList(), objects);
+    const std::string svc =
+        (const char*)replicationSvc.toString().getCString();
+    EXPECT_TRUE(loggedLine(4, "->>VELK_OwningJobElementProvider::associators: "
+        "objectName = " + svc + "; associationClass = VELK_OwningJobElement; "
+        "resultClass =  \n"));
+    EXPECT_TRUE(loggedLine(4, "-->VELK_OwningJobElementProvider::"
+        "_getRelatedInstances: className = VELK_ReplicationService \n"));
+    EXPECT_TRUE(loggedLine(4,
+        "<--VELK_OwningJobElementProvider::_deliverRelatedInstances\n"));
+    EXPECT_TRUE(loggedLine(4, "<--VELK_OwningJobElementProvider::associators\n"));
+
+    velksim::clearCaptured();
+    PathRecorder paths;
+    fresh->referenceNames(root, replicationSvc, CIMName(), String::EMPTY,
+        paths);
+    EXPECT_TRUE(loggedLine(4, "-->VELK_OwningJobElementProvider::"
+        "referenceNames: objectName = " + svc + "; resultClass = "));
+    fresh->terminate();
 }
 
 // ---------------------------------------------------------------- failures
