@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <algorithm>
 #include <vector>
 
 namespace cimhost
@@ -42,20 +43,59 @@ bool pollFor(int sock, short events, int timeoutMs)
     }
 }
 
+// Bytes read from a connection and not consumed yet. It outlives the
+// per-request streams, so nothing a client sent early is lost.
+struct ReadBuffer
+{
+    std::string data;
+    size_t pos = 0;
+
+    size_t available() const { return data.size() - pos; }
+    void compact()
+    {
+        if (pos == data.size())
+        {
+            data.clear();
+            pos = 0;
+        }
+    }
+};
+
+// Reads more bytes into the buffer; false on end of stream, error or
+// time-out.
+bool fill(int sock, ReadBuffer& buffer, int timeoutMs)
+{
+    if (!pollFor(sock, POLLIN, timeoutMs))
+        return false;
+    char chunk[8192];
+    for (;;)
+    {
+        ssize_t n = ::recv(sock, chunk, sizeof(chunk), 0);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return false;
+        buffer.compact();
+        buffer.data.append(chunk, static_cast<size_t>(n));
+        return true;
+    }
+}
+
 // One request's view of the socket. Reads must finish before the request's
 // deadline, so a client that trickles bytes is cut off.
 class DeadlineStream : public httplib::Stream
 {
 public:
-    DeadlineStream(int sock, Clock::time_point deadline, int writeTimeoutMs,
-        const ConnectionInfo& info)
-        : _sock(sock), _deadline(deadline), _writeTimeoutMs(writeTimeoutMs), _info(info)
+    DeadlineStream(int sock, ReadBuffer& buffer, Clock::time_point deadline,
+        int writeTimeoutMs, const ConnectionInfo& info)
+        : _sock(sock), _buffer(buffer), _deadline(deadline), _writeTimeoutMs(writeTimeoutMs),
+          _info(info)
     {
     }
 
     bool is_readable() const override
     {
-        return pollFor(_sock, POLLIN, remainingMs(_deadline));
+        return _buffer.available() > 0 || pollFor(_sock, POLLIN, remainingMs(_deadline));
     }
 
     bool is_writable() const override
@@ -65,15 +105,12 @@ public:
 
     ssize_t read(char* ptr, size_t size) override
     {
-        if (!is_readable())
+        if (_buffer.available() == 0 && !fill(_sock, _buffer, remainingMs(_deadline)))
             return -1;
-        for (;;)
-        {
-            ssize_t n = ::recv(_sock, ptr, size, 0);
-            if (n < 0 && errno == EINTR)
-                continue;
-            return n;
-        }
+        size_t n = std::min(size, _buffer.available());
+        std::memcpy(ptr, _buffer.data.data() + _buffer.pos, n);
+        _buffer.pos += n;
+        return static_cast<ssize_t>(n);
     }
 
     ssize_t write(const char* ptr, size_t size) override
@@ -128,6 +165,7 @@ public:
 
 private:
     int _sock;
+    ReadBuffer& _buffer;
     Clock::time_point _deadline;
     int _writeTimeoutMs;
     const ConnectionInfo& _info;
@@ -165,37 +203,27 @@ bool peerUser(int sock, std::string& user)
     return true;
 }
 
-// Reads past the "M-" of an M-POST request line, so that the HTTP parser
-// sees POST. False when the connection ended or stalled.
-bool stripExtensionMethod(int sock, Clock::time_point deadline, bool& mpost)
+// Drops the "M-" of an M-POST request line, so that the HTTP parser sees
+// POST. False when the connection ended or stalled.
+bool stripExtensionMethod(int sock, ReadBuffer& buffer, Clock::time_point deadline,
+    bool& mpost)
 {
     static const char prefix[] = "M-POST ";
     const size_t want = sizeof(prefix) - 1;
-    char buf[sizeof(prefix)];
     mpost = false;
     for (;;)
     {
-        ssize_t n = ::recv(sock, buf, want, MSG_PEEK);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            return n == 0 ? false : errno == EAGAIN;
-        if (std::memcmp(buf, prefix, static_cast<size_t>(n)) != 0)
-            return true;  // not M-POST (or a prefix of it that differs)
-        if (static_cast<size_t>(n) == want)
+        size_t have = std::min(buffer.available(), want);
+        if (std::memcmp(buffer.data.data() + buffer.pos, prefix, have) != 0)
+            return true;  // not M-POST
+        if (have == want)
         {
-            char skip[2];
-            if (::recv(sock, skip, 2, 0) != 2)
-                return false;
+            buffer.pos += 2;
             mpost = true;
             return true;
         }
-        // A partial "M-POS...": wait for more.
-        if (!pollFor(sock, POLLIN, remainingMs(deadline)))
-            return false;
-        ::usleep(1000);
-        if (remainingMs(deadline) == 0)
-            return false;
+        if (!fill(sock, buffer, remainingMs(deadline)))
+            return buffer.available() > 0;
     }
 }
 
@@ -270,12 +298,13 @@ bool CimHttpServer::process_and_close_socket(socket_t sock)
     bool ret = false;
     size_t count = keep_alive_max_count_;
     int writeTimeoutMs = static_cast<int>(write_timeout_sec_ * 1000 + write_timeout_usec_ / 1000);
-    while (count > 0 && waitForRequest(sock))
+    ReadBuffer buffer;
+    while (count > 0 && (buffer.available() > 0 || waitForRequest(sock)))
     {
         auto deadline = Clock::now() + std::chrono::seconds(_requestTimeoutSeconds);
-        if (!stripExtensionMethod(sock, deadline, info.mpost))
+        if (!stripExtensionMethod(sock, buffer, deadline, info.mpost))
             break;
-        DeadlineStream stream(sock, deadline, writeTimeoutMs, info);
+        DeadlineStream stream(sock, buffer, deadline, writeTimeoutMs, info);
         bool closeConnection = count == 1;
         bool connectionClosed = false;
         ret = process_request(stream, closeConnection, connectionClosed,

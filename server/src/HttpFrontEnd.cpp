@@ -10,6 +10,7 @@
 #include <httplib.h>
 #include <openssl/evp.h>
 
+#include <algorithm>
 #include <chrono>
 #include <stdexcept>
 #include <unistd.h>
@@ -41,8 +42,9 @@ bool iequalsPrefix(const std::string& text, const std::string& prefix)
 // The CIM status code of an answer that carries an ERROR element, or 0.
 int errorCode(const std::string& body)
 {
-    size_t pos = body.find("<ERROR ");
-    if (pos == std::string::npos)
+    // The ERROR element comes right after the response element's start tag.
+    size_t pos = std::string(body, 0, std::min<size_t>(body.size(), 1024)).find("<ERROR ");
+    if (pos == std::string::npos || pos > 1024)
         return 0;
     pos = body.find("CODE=\"", pos);
     if (pos == std::string::npos)
@@ -221,12 +223,15 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res,
         else
             res.set_header(h.first.c_str(), h.second);
     }
+    int code = answer.status == 200 ? errorCode(answer.body) : 0;
     if (!answer.body.empty() || !contentType.empty())
-        res.set_content(answer.body, contentType.empty() ? "application/xml" : contentType.c_str());
+    {
+        res.set_header("Content-Type", contentType.empty() ? "application/xml" : contentType);
+        res.body = std::move(answer.body);
+    }
 
     long ms = static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(
         std::chrono::steady_clock::now() - started).count());
-    int code = answer.status == 200 ? errorCode(answer.body) : 0;
     std::string line = ip + " user \"" + user + "\" " + method + " " +
         headerValue(req, "CIMMethod") + " " + headerValue(req, "CIMObject") + " -> " +
         std::to_string(answer.status);
