@@ -13,10 +13,6 @@ const CIMFlavor CIMFlavor::DISABLEOVERRIDE(16);
 const CIMFlavor CIMFlavor::RESTRICTED(32);
 const CIMFlavor CIMFlavor::DEFAULTS(3);
 
-CIMFlavor::CIMFlavor() : cimFlavor(0) {}
-CIMFlavor::CIMFlavor(const CIMFlavor& flavor) : cimFlavor(flavor.cimFlavor) {}
-CIMFlavor::CIMFlavor(const Uint32 flavor) : cimFlavor(flavor) {}
-
 CIMFlavor& CIMFlavor::operator=(const CIMFlavor& flavor)
 {
     cimFlavor = flavor.cimFlavor;

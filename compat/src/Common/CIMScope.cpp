@@ -17,10 +17,6 @@ const CIMScope CIMScope::METHOD(32);
 const CIMScope CIMScope::PARAMETER(64);
 const CIMScope CIMScope::ANY(ALL_SCOPES);
 
-CIMScope::CIMScope() : cimScope(0) {}
-CIMScope::CIMScope(const CIMScope& scope) : cimScope(scope.cimScope) {}
-CIMScope::CIMScope(const Uint32 scope) : cimScope(scope) {}
-
 CIMScope& CIMScope::operator=(const CIMScope& scope)
 {
     cimScope = scope.cimScope;

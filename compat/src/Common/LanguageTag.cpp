@@ -31,8 +31,9 @@ LanguageTag::LanguageTag() {}
 LanguageTag::LanguageTag(const String& languageTagString)
     : _tag(languageTagString)
 {
-    const Uint32 n = _tag.size();
-    if (n == 1 && Uint16(_tag[0]) == '*')
+    const String& tag = _tag;
+    const Uint32 n = tag.size();
+    if (n == 1 && Uint16(tag[0]) == '*')
     {
         _language = _tag;
         return;
@@ -42,9 +43,9 @@ LanguageTag::LanguageTag(const String& languageTagString)
     Uint32 index = 0;
     for (Uint32 i = 0; i <= n; i++)
     {
-        if (i < n && Uint16(_tag[i]) != '-')
+        if (i < n && Uint16(tag[i]) != '-')
         {
-            Uint16 c = _tag[i];
+            Uint16 c = tag[i];
             if (index == 0 ? !isAsciiAlpha(c) : !isAsciiAlnum(c))
                 throw invalidTag(_tag);
             continue;
@@ -53,11 +54,11 @@ LanguageTag::LanguageTag(const String& languageTagString)
         if (len < 1 || len > 8)
             throw invalidTag(_tag);
         if (index == 0)
-            _language = _tag.subString(start, len);
+            _language = tag.subString(start, len);
         else if (index == 1 && len == 2)
-            _country = _tag.subString(start, len);
+            _country = tag.subString(start, len);
         else if (_variant.size() == 0)
-            _variant = _tag.subString(start);
+            _variant = tag.subString(start);
         start = i + 1;
         index++;
     }

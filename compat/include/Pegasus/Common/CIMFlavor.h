@@ -11,8 +11,10 @@ PEGASUS_NAMESPACE_BEGIN
 class PEGASUS_COMMON_LINKAGE CIMFlavor
 {
 public:
-    CIMFlavor();
-    CIMFlavor(const CIMFlavor& flavor);
+    // Inline and constexpr so that the constants below are initialised
+    // before any code runs.
+    constexpr CIMFlavor() : cimFlavor(0) {}
+    constexpr CIMFlavor(const CIMFlavor& flavor) : cimFlavor(flavor.cimFlavor) {}
     CIMFlavor& operator=(const CIMFlavor& flavor);
 
     void addFlavor(const CIMFlavor& flavor);
@@ -36,7 +38,7 @@ public:
     static const CIMFlavor DEFAULTS;
 
 private:
-    CIMFlavor(const Uint32 flavor);
+    constexpr CIMFlavor(const Uint32 flavor) : cimFlavor(flavor) {}
 
     Uint32 cimFlavor;
 };

@@ -11,8 +11,10 @@ PEGASUS_NAMESPACE_BEGIN
 class PEGASUS_COMMON_LINKAGE CIMScope
 {
 public:
-    CIMScope();
-    CIMScope(const CIMScope& scope);
+    // Inline and constexpr so that the constants below are initialised
+    // before any code runs.
+    constexpr CIMScope() : cimScope(0) {}
+    constexpr CIMScope(const CIMScope& scope) : cimScope(scope.cimScope) {}
     CIMScope& operator=(const CIMScope& scope);
 
     void addScope(const CIMScope& scope);
@@ -35,7 +37,7 @@ public:
     static const CIMScope ANY;
 
 private:
-    CIMScope(const Uint32 scope);
+    constexpr CIMScope(const Uint32 scope) : cimScope(scope) {}
 
     Uint32 cimScope;
 };
