@@ -434,12 +434,12 @@ TEST_F(CIMClientTest, SlowServerTimesOut)
     connect();
     client.setTimeout(300);
     EXPECT_EQ(300u, client.getTimeout());
-    ops.before = [] { std::this_thread::sleep_for(std::chrono::milliseconds(1200)); };
+    ops.setBefore([] { std::this_thread::sleep_for(std::chrono::milliseconds(1200)); });
     auto start = std::chrono::steady_clock::now();
     EXPECT_THROW(client.enumerateInstanceNames(NS, CIMName("EXM_Job")),
         ConnectionTimeoutException);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1100));
-    ops.before = nullptr;
+    ops.setBefore(nullptr);
 }
 
 TEST(CIMClientLocal, ConnectLocalUsesTheSocketNamedByTheEnvironment)

@@ -226,27 +226,27 @@ TEST_F(RequestProcessorTest, CimExceptionBecomesErrorWithSymbolicNamePrefix)
     EXPECT_EQ(6u, errorCodeOf("GetInstance", params, &description));
     EXPECT_EQ("CIM_ERR_NOT_FOUND: EXM_Job InstanceID=\"nope\"", description);
 
-    ops.before = [] { throw CIMException(CIM_ERR_ACCESS_DENIED); };
+    ops.setBefore([] { throw CIMException(CIM_ERR_ACCESS_DENIED); });
     EXPECT_EQ(2u, errorCodeOf("GetInstance", params, &description));
     EXPECT_EQ("CIM_ERR_ACCESS_DENIED", description);
 }
 
 TEST_F(RequestProcessorTest, OtherExceptionsBecomeCimErrFailed)
 {
-    ops.before = [] { throw Exception(String("disk on fire")); };
+    ops.setBefore([] { throw Exception(String("disk on fire")); });
     std::string description;
     EXPECT_EQ(1u, errorCodeOf("EnumerateInstanceNames",
         "<IPARAMVALUE NAME=\"ClassName\"><CLASSNAME NAME=\"EXM_Job\"/></IPARAMVALUE>",
         &description));
     EXPECT_EQ("CIM_ERR_FAILED: disk on fire", description);
 
-    ops.before = [] { throw std::runtime_error("bad alloc somewhere"); };
+    ops.setBefore([] { throw std::runtime_error("bad alloc somewhere"); });
     EXPECT_EQ(1u, errorCodeOf("EnumerateInstanceNames",
         "<IPARAMVALUE NAME=\"ClassName\"><CLASSNAME NAME=\"EXM_Job\"/></IPARAMVALUE>",
         &description));
     EXPECT_EQ("CIM_ERR_FAILED: bad alloc somewhere", description);
 
-    ops.before = [] { throw 42; };
+    ops.setBefore([] { throw 42; });
     EXPECT_EQ(1u, errorCodeOf("EnumerateInstanceNames",
         "<IPARAMVALUE NAME=\"ClassName\"><CLASSNAME NAME=\"EXM_Job\"/></IPARAMVALUE>",
         &description));

@@ -55,9 +55,11 @@ void TestOperations::record(Call c, const OperationContext& context)
 {
     if (context.contains(IdentityContainer::NAME))
         c.user = IdentityContainer(context.get(IdentityContainer::NAME)).getUserName();
+    std::function<void()> before;
     {
         std::lock_guard<std::mutex> lock(mutex);
         calls.push_back(c);
+        before = _before;
     }
     if (before)
         before();

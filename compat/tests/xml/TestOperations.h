@@ -37,7 +37,11 @@ class TestOperations : public CIMOperations
 public:
     std::vector<Call> calls;
     // When set, every operation runs this first (to throw, to sleep, ...).
-    std::function<void()> before;
+    void setBefore(std::function<void()> f)
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        _before = f;
+    }
     Array<CIMInstance> instances;
     CIMClass jobClass;
     mutable std::mutex mutex;
@@ -119,6 +123,7 @@ public:
         Array<CIMParamValue>& outParameters) override;
 
 private:
+    std::function<void()> _before;
     void record(Call c, const OperationContext& context);
     CIMInstance find(const CIMObjectPath& path);
 };
