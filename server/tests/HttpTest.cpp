@@ -5,6 +5,9 @@
 
 #include <httplib.h>
 #include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/rsa.h>
+#include <openssl/x509.h>
 
 #include <gtest/gtest.h>
 
@@ -301,6 +304,85 @@ TEST_F(HttpTest, MPostAndKeepAliveOnOneConnection)
         "CIMObject: root%2Ftest\r\n"));
     EXPECT_EQ(0u, second.find("HTTP/1.1 200")) << second;
     ::close(fd);
+}
+
+} // namespace
+
+namespace
+{
+
+// A throw-away self-signed certificate for localhost and its key, as PEM.
+bool writeSelfSignedCertificate(const std::string& certFile, const std::string& keyFile)
+{
+    EVP_PKEY* key = EVP_RSA_gen(2048);
+    X509* cert = X509_new();
+    bool ok = key && cert;
+    if (ok)
+    {
+        ASN1_INTEGER_set(X509_get_serialNumber(cert), 1);
+        X509_gmtime_adj(X509_getm_notBefore(cert), 0);
+        X509_gmtime_adj(X509_getm_notAfter(cert), 86400);
+        X509_set_pubkey(cert, key);
+        X509_NAME* name = X509_get_subject_name(cert);
+        X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC,
+            reinterpret_cast<const unsigned char*>("localhost"), -1, -1, 0);
+        X509_set_issuer_name(cert, name);
+        ok = X509_sign(cert, key, EVP_sha256()) > 0;
+    }
+    FILE* c = ok ? std::fopen(certFile.c_str(), "w") : nullptr;
+    FILE* k = ok ? std::fopen(keyFile.c_str(), "w") : nullptr;
+    ok = c && k && PEM_write_X509(c, cert) &&
+        PEM_write_PrivateKey(k, key, nullptr, nullptr, 0, nullptr, nullptr);
+    if (c)
+        std::fclose(c);
+    if (k)
+        std::fclose(k);
+    X509_free(cert);
+    EVP_PKEY_free(key);
+    return ok;
+}
+
+TEST(HttpsTest, ServesOverTlsWithTheSameAuthentication)
+{
+    char dir[] = "/tmp/cimhost-tls-XXXXXX";
+    std::string tmp = ::mkdtemp(dir);
+    ASSERT_TRUE(writeSelfSignedCertificate(tmp + "/cert.pem", tmp + "/key.pem"));
+    cimhost::PasswordFile(tmp + "/passwd").setPassword("alice", "secret");
+    cimhost::ServerOptions o = cimhost_test::testModuleOptions();
+    o.enableHttp = false;
+    o.httpsPort = 0;
+    o.sslCertificateFile = tmp + "/cert.pem";
+    o.sslKeyFile = tmp + "/key.pem";
+    o.passwordFile = tmp + "/passwd";
+    {
+        cimhost::EmbeddedServer server(o);
+        server.start();
+        EXPECT_EQ(-1, server.httpPort());
+        ASSERT_GT(server.httpsPort(), 0);
+        httplib::SSLClient client("127.0.0.1", server.httpsPort());
+        client.enable_server_certificate_verification(false);
+        httplib::Headers h = cimHeaders("EnumerateInstanceNames", "root%2Ftest");
+        auto anonymous = client.Post("/cimom", h, ENUM_NAMES, "application/xml");
+        ASSERT_TRUE(anonymous);
+        EXPECT_EQ(401, anonymous->status);
+        h.emplace("Authorization", basic("alice", "secret"));
+        auto res = client.Post("/cimom", h, ENUM_NAMES, "application/xml");
+        ASSERT_TRUE(res);
+        EXPECT_EQ(200, res->status);
+        EXPECT_NE(std::string::npos, res->body.find("<INSTANCENAME CLASSNAME=\"Test_Item\""));
+    }
+    std::system(("rm -rf " + tmp).c_str());
+}
+
+TEST(HttpsTest, UnusableCertificateStopsStartUp)
+{
+    cimhost::ServerOptions o = cimhost_test::testModuleOptions();
+    o.enableHttp = false;
+    o.httpsPort = 0;
+    o.sslCertificateFile = "/nonexistent/cert.pem";
+    o.sslKeyFile = "/nonexistent/key.pem";
+    cimhost::EmbeddedServer server(o);
+    EXPECT_THROW(server.start(), std::runtime_error);
 }
 
 } // namespace
