@@ -173,6 +173,16 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res,
     std::string user;
     std::string method = (conn && conn->mpost) ? "M-POST" : req.method;
 
+    // Request line and Host come before authentication.
+    if ((req.version == "HTTP/1.1" && !req.has_header("Host")) ||
+        (method == "M-POST" && req.version != "HTTP/1.1"))
+    {
+        res.status = 400;
+        res.set_header("Connection", "close");
+        _logger.warning(ip + " " + method + " " + req.version + " without Host -> 400");
+        return;
+    }
+
     bool authenticated = false;
     if (transport == Transport::Local)
     {

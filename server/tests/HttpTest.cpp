@@ -288,6 +288,19 @@ TEST_F(HttpTest, SlowClientIsCutOffWhileOthersAreServed)
     EXPECT_EQ(std::string::npos, answer.find(" 200 "));
 }
 
+TEST_F(HttpTest, RequestWithoutHostIsRefusedBeforeAuthentication)
+{
+    int fd = connectTcp(port);
+    ASSERT_GE(fd, 0);
+    std::string req = request("POST", ENUM_NAMES,
+        "CIMOperation: MethodCall\r\nCIMMethod: EnumerateInstanceNames\r\n"
+        "CIMObject: root%2Ftest\r\n");
+    req.erase(req.find("Host: localhost\r\n"), 17);
+    std::string res = roundTrip(fd, req);
+    ::close(fd);
+    EXPECT_EQ(0u, res.find("HTTP/1.1 400")) << res;
+}
+
 TEST_F(HttpTest, MPostAndKeepAliveOnOneConnection)
 {
     int fd = connectTcp(port);
