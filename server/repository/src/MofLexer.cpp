@@ -265,7 +265,7 @@ MofToken MofLexer::scanNumber()
     std::uint64_t value = 0;
     for (char ch : body)
     {
-        int d;
+        int d = 0;
         if (std::isdigit((unsigned char)ch))
             d = ch - '0';
         else if (std::isxdigit((unsigned char)ch))
