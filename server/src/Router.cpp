@@ -4,6 +4,7 @@
 
 #include <cimhost/Repository.h>
 
+#include <CimXml/XmlReader.h>
 #include <Pegasus/Common/CIMDateTime.h>
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/OperationContext.h>
@@ -212,10 +213,22 @@ CIMValue scalarFromString(const String& param, CIMType type, const String& text)
         {
             badValue(param, type, text);
         }
+    case CIMTYPE_INSTANCE:
+    case CIMTYPE_OBJECT:
+        try
+        {
+            CIMObject object = XmlReader::decodeEmbeddedObject(text, type == CIMTYPE_INSTANCE);
+            if (type == CIMTYPE_INSTANCE)
+                return CIMValue(CIMInstance(object));
+            return CIMValue(object);
+        }
+        catch (const Exception&)
+        {
+            badValue(param, type, text);
+        }
     default:
         break;
     }
-    // Embedded objects and instances stay as their text.
     return CIMValue(text);
 }
 
@@ -250,12 +263,34 @@ CIMValue arrayFromStrings(const String& param, CIMType type, const Array<String>
     case CIMTYPE_CHAR16: return arrayFromStrings<Char16>(param, type, texts);
     case CIMTYPE_DATETIME: return arrayFromStrings<CIMDateTime>(param, type, texts);
     case CIMTYPE_REFERENCE: return arrayFromStrings<CIMObjectPath>(param, type, texts);
+    case CIMTYPE_INSTANCE: return arrayFromStrings<CIMInstance>(param, type, texts);
+    case CIMTYPE_OBJECT: return arrayFromStrings<CIMObject>(param, type, texts);
     default:
         return CIMValue(texts);
     }
 }
 
 } // namespace
+
+CIMValue Router::retypeValue(const String& name, CIMType type, Boolean isArray,
+    const CIMValue& value)
+{
+    if (value.isNull())
+        return CIMValue(type, isArray);
+    if (value.isArray() != isArray)
+        throw CIMException(CIM_ERR_TYPE_MISMATCH, name);
+    if (value.getType() != CIMTYPE_STRING || type == CIMTYPE_STRING)
+        return value;
+    if (value.isArray())
+    {
+        Array<String> texts;
+        value.get(texts);
+        return arrayFromStrings(name, type, texts);
+    }
+    String text;
+    value.get(text);
+    return scalarFromString(name, type, text);
+}
 
 Array<CIMParamValue> Router::retypeParameters(const CIMConstMethod& method,
     const Array<CIMParamValue>& inParameters)
@@ -273,32 +308,16 @@ Array<CIMParamValue> Router::retypeParameters(const CIMConstMethod& method,
         }
         CIMConstParameter decl = method.getParameter(pos);
         CIMType type = decl.getType();
-        CIMValue value = in.getValue();
-        CIMValue typed;
-        if (value.isNull())
+        // A string parameter qualified EmbeddedInstance/EmbeddedObject carries
+        // an object.
+        if (type == CIMTYPE_STRING)
         {
-            typed = CIMValue(type, decl.isArray());
+            if (decl.findQualifier(CIMName("EmbeddedInstance")) != PEG_NOT_FOUND)
+                type = CIMTYPE_INSTANCE;
+            else if (decl.findQualifier(CIMName("EmbeddedObject")) != PEG_NOT_FOUND)
+                type = CIMTYPE_OBJECT;
         }
-        else if (value.isArray() != decl.isArray())
-        {
-            throw CIMException(CIM_ERR_TYPE_MISMATCH, name);
-        }
-        else if (value.getType() != CIMTYPE_STRING)
-        {
-            typed = value;
-        }
-        else if (value.isArray())
-        {
-            Array<String> texts;
-            value.get(texts);
-            typed = arrayFromStrings(name, type, texts);
-        }
-        else
-        {
-            String text;
-            value.get(text);
-            typed = scalarFromString(name, type, text);
-        }
+        CIMValue typed = retypeValue(name, type, decl.isArray(), in.getValue());
         bool nowTyped = typed.getType() == type;
         result.append(CIMParamValue(name, typed, nowTyped));
     }
@@ -857,8 +876,20 @@ void Router::setProperty(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName,
     const CIMName& propertyName, const CIMValue& newValue)
 {
-    CIMInstance inst(instanceName.getClassName());
-    inst.addProperty(CIMProperty(propertyName, newValue));
+    const CIMName& className = instanceName.getClassName();
+    checkClass(nameSpace, className);
+    CIMClass cls = _repository.getFullClass(nameSpace, className);
+    Uint32 pos = cls.findProperty(propertyName);
+    if (pos == PEG_NOT_FOUND)
+        throw CIMException(CIM_ERR_NO_SUCH_PROPERTY, propertyName.getString());
+    CIMProperty decl = cls.getProperty(pos);
+    CIMValue value = retypeValue(propertyName.getString(), decl.getType(), decl.isArray(),
+        newValue);
+    CIMInstance inst(className);
+    if (decl.getType() == CIMTYPE_REFERENCE)
+        inst.addProperty(CIMProperty(propertyName, value, 0, decl.getReferenceClassName()));
+    else
+        inst.addProperty(CIMProperty(propertyName, value));
     inst.setPath(instanceName);
     Array<CIMName> names;
     names.append(propertyName);

@@ -168,6 +168,11 @@ public:
         const Pegasus::CIMConstMethod& method,
         const Pegasus::Array<Pegasus::CIMParamValue>& inParameters);
 
+    // One value to the declared type: untyped strings are parsed (embedded
+    // objects decoded), null becomes a typed null, typed values stay.
+    static Pegasus::CIMValue retypeValue(const Pegasus::String& name, Pegasus::CIMType type,
+        Pegasus::Boolean isArray, const Pegasus::CIMValue& value);
+
 private:
     struct AssociationClass
     {

@@ -325,13 +325,15 @@ TEST_F(RouterTest, UntypedInputParametersAreRetypedToTheDeclaredTypes)
     in.append(CIMParamValue("G", CIMValue(String("20260101120000.000000+000")), false));
     in.append(CIMParamValue("I", CIMValue(String("z")), false));
     in.append(CIMParamValue("Unset", CIMValue(CIMTYPE_STRING, false), false));
+    in.append(CIMParamValue("Emb", CIMValue(String("<INSTANCE CLASSNAME=\"Test_Item\">"
+        "<PROPERTY NAME=\"Id\" TYPE=\"string\"><VALUE>e</VALUE></PROPERTY></INSTANCE>")), false));
     in.append(CIMParamValue("Undeclared", CIMValue(String("u")), false));
     in.append(CIMParamValue("a", CIMValue(Uint8(9)), true));
     Array<CIMParamValue> out;
     CIMValue ret = invoke("Types", in, out);
     Uint32 count = 0;
     ret.get(count);
-    EXPECT_EQ(11u, count);
+    EXPECT_EQ(12u, count);
     ASSERT_EQ(1u, out.size());
     Array<String> result;
     out[0].getValue().get(result);
@@ -340,7 +342,7 @@ TEST_F(RouterTest, UntypedInputParametersAreRetypedToTheDeclaredTypes)
         got.push_back(str(result[i]));
     EXPECT_EQ((std::vector<std::string>{"A=uint8", "B=sint64", "C=real64", "D=boolean",
                   "E=string", "F=uint16[]", "G=datetime", "I=char16", "Unset=uint32 null",
-                  "Undeclared=string untyped", "a=uint8"}),
+                  "Emb=instance", "Undeclared=string untyped", "a=uint8"}),
         got);
 }
 
@@ -354,6 +356,29 @@ TEST_F(RouterTest, BadParameterValuesAreRefused)
     Array<CIMParamValue> scalar;
     scalar.append(CIMParamValue("F", CIMValue(String("1")), false));
     EXPECT_CIM_ERROR(invoke("Types", scalar, out), CIM_ERR_TYPE_MISMATCH, "F");
+}
+
+TEST_F(RouterTest, SetPropertyRetypesTheNewValueAndModifiesThatPropertyOnly)
+{
+    ops->setProperty(contextFor("a"), NS, item("Test_Item", "a"), CIMName("Number"),
+        CIMValue(String("42")));
+    EXPECT_TRUE(contains(takeCalls(),
+        "modifyInstance //testhost/root/test:Test_Item.Id=\"a\" props=Number Number=42:uint32"));
+    EXPECT_CIM_ERROR(ops->setProperty(contextFor("a"), NS, item("Test_Item", "a"),
+                         CIMName("Number"), CIMValue(String("many"))),
+        CIM_ERR_INVALID_PARAMETER, "value \"many\" of parameter Number is not a valid uint32");
+    EXPECT_CIM_ERROR(ops->setProperty(contextFor("a"), NS, item("Test_Item", "a"),
+                         CIMName("Nope"), CIMValue(String("1"))),
+        CIM_ERR_NO_SUCH_PROPERTY, "Nope");
+}
+
+TEST_F(RouterTest, GetPropertyReadsThroughGetInstance)
+{
+    CIMValue v = ops->getProperty(contextFor("erin"), NS, item("Test_Item", "a"),
+        CIMName("Label"));
+    String s;
+    v.get(s);
+    EXPECT_EQ("erin", str(s));
 }
 
 TEST_F(RouterTest, LastReturnValueWinsAndOutputParametersAccumulate)

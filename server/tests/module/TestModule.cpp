@@ -202,11 +202,18 @@ public:
     }
 
     void modifyInstance(const OperationContext&, const CIMObjectPath& ref,
-        const CIMInstance&, const Boolean, const CIMPropertyList& propertyList,
+        const CIMInstance& instance, const Boolean, const CIMPropertyList& propertyList,
         ResponseHandler& handler) override
     {
+        std::string values;
+        for (Uint32 i = 0; i < instance.getPropertyCount(); i++)
+        {
+            CIMConstProperty p = instance.getProperty(i);
+            values += " " + narrow(p.getName().getString()) + "=" +
+                narrow(p.getValue().toString()) + ":" + cimTypeToString(p.getValue().getType());
+        }
         record("modifyInstance " + narrow(ref.toString()) + " props=" +
-            narrow(propertyList.toString()));
+            narrow(propertyList.toString()) + values);
         handler.processing();
         handler.complete();
     }
