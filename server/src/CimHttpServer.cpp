@@ -250,7 +250,17 @@ bool CimHttpServer::bindUnix(const std::string& path)
 
     struct stat st;
     if (::lstat(path.c_str(), &st) == 0 && S_ISSOCK(st.st_mode))
+    {
+        // A socket that still answers belongs to a running server.
+        int probe = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        bool alive = probe >= 0 &&
+            ::connect(probe, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) == 0;
+        if (probe >= 0)
+            ::close(probe);
+        if (alive)
+            return false;
         ::unlink(path.c_str());
+    }
 
     int sock = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (sock < 0)

@@ -33,7 +33,8 @@ public:
     explicit CimHttpServer(bool local, int requestTimeoutSeconds);
 
     // Creates, binds and listens on the Unix socket (a stale socket file is
-    // replaced; the file gets mode 0666: the peer's uid is what counts).
+    // replaced, one a running server answers on is not; the file gets mode
+    // 0666: the peer's uid is what counts).
     bool bindUnix(const std::string& path);
 
     // The connection of the request being handled on this thread.

@@ -231,6 +231,18 @@ TEST_F(HttpTest, LocalSocketTrustsThePeerUser)
     EXPECT_NE(std::string::npos, res.find(">" + std::string(pw->pw_name) + "<")) << res;
 }
 
+TEST_F(HttpTest, SecondServerDoesNotTakeOverALiveSocket)
+{
+    cimhost::ServerOptions o = cimhost_test::testModuleOptions();
+    o.socketPath = server->socketPath();
+    cimhost::EmbeddedServer second(o);
+    EXPECT_THROW(second.start(), std::runtime_error);
+    int fd = connectUnix(server->socketPath());
+    EXPECT_GE(fd, 0);
+    if (fd >= 0)
+        ::close(fd);
+}
+
 TEST_F(HttpTest, MalformedXmlIsRefusedAndTheServerKeepsServing)
 {
     auto bad = post("<CIM><MESSAGE", cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
