@@ -114,9 +114,9 @@ TEST_F(Velkjobs, WatchDrawsBarsOfRunningJobsAndStopsAfterItsFrames)
     ASSERT_EQ(0, r.status) << r.out;
     EXPECT_TRUE(std::regex_search(r.out, std::regex("1001 .*\\[#*\\.*\\] +[0-9]+% Running")))
         << r.out;
+    const std::regex frameEnd("jobs? running, [0-9]+ finished");
     std::ptrdiff_t frames = std::distance(
-        std::sregex_iterator(r.out.begin(), r.out.end(), std::regex("jobs? running, [0-9]+ finished")),
-        std::sregex_iterator());
+        std::sregex_iterator(r.out.begin(), r.out.end(), frameEnd), std::sregex_iterator());
     EXPECT_EQ(2, frames) << r.out;
 }
 
