@@ -8,6 +8,7 @@
 
 #include <CimXml/CimXmlRequestProcessor.h>
 #include <CimXml/XmlReader.h>
+#include <CimXml/XmlWriter.h>
 #include <Pegasus/Common/OperationContext.h>
 
 #include "TestOperations.h"
@@ -553,4 +554,62 @@ TEST_F(RequestProcessorTest, HttpErrorHelperBuildsBodylessAnswer)
     EXPECT_EQ("request-not-valid", r.header("CIMError"));
     EXPECT_EQ("bad%20thing%3A%20x", r.header("PGErrorDetail"));
     EXPECT_TRUE(r.body.empty());
+}
+
+TEST_F(RequestProcessorTest, InstanceQualifiersAreNeverSent)
+{
+    CIMProperty p = ops.instances[0].getProperty(0);
+    p.addQualifier(CIMQualifier(CIMName("Key"), CIMValue(true)));
+    ops.instances[0].addQualifier(CIMQualifier(CIMName("Description"),
+        CIMValue(String("job"))));
+    CimXmlHttpResponse r = post(headers("GetInstance", "root%2Fexm"),
+        imethod("GetInstance", std::string(INSTANCE_NAME_17) +
+            "<IPARAMVALUE NAME=\"IncludeQualifiers\"><VALUE>TRUE</VALUE></IPARAMVALUE>"));
+    ASSERT_EQ(200u, r.status);
+    EXPECT_NE(std::string::npos, r.body.find("<INSTANCE CLASSNAME=\"EXM_Job\">"));
+    EXPECT_EQ(std::string::npos, r.body.find("QUALIFIER")) << r.body;
+    EXPECT_TRUE(ops.last().flags[1]);
+}
+
+TEST(RequestProcessorExtended, ErrorInstancesAndEmbeddedReturnValuesOnlyWhenAskedFor)
+{
+    TestOperations ops;
+    CimXmlRequestProcessor extended(ops, String("h"), XmlWriter::EXTENDED);
+    CimXmlRequestProcessor strict(ops, String("h"));
+    ops.setBefore([] {
+        throw CIMException(CIM_ERR_FAILED, String("copy failed"), errorInstance());
+    });
+    CimXmlHeaders h = {
+        {"Content-Type", "text/xml"}, {"CIMOperation", "MethodCall"},
+        {"CIMMethod", "EnumerateInstanceNames"}, {"CIMObject", "root/exm"}};
+    std::string body = "<?xml version=\"1.0\" encoding=\"utf-8\" ?>"
+        "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"9\" PROTOCOLVERSION=\"1.0\">"
+        "<SIMPLEREQ><IMETHODCALL NAME=\"EnumerateInstanceNames\"><LOCALNAMESPACEPATH>"
+        "<NAMESPACE NAME=\"root\"/><NAMESPACE NAME=\"exm\"/></LOCALNAMESPACEPATH>"
+        "<IPARAMVALUE NAME=\"ClassName\"><CLASSNAME NAME=\"EXM_Job\"/></IPARAMVALUE>"
+        "</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>";
+    OperationContext ctx;
+
+    CimXmlHttpResponse r = strict.process("POST", h, body, ctx);
+    EXPECT_NE(std::string::npos, r.body.find(
+        "<ERROR CODE=\"1\" DESCRIPTION=\"CIM_ERR_FAILED: copy failed\"/>"));
+
+    r = extended.process("POST", h, body, ctx);
+    EXPECT_NE(std::string::npos, r.body.find(
+        "<ERROR CODE=\"1\" DESCRIPTION=\"CIM_ERR_FAILED: copy failed\">\n"
+        "<INSTANCE CLASSNAME=\"CIM_Error\">"));
+    CimXmlIMethodResponse d = XmlReader::decodeIMethodResponse(r.body,
+        String("EnumerateInstanceNames"), String("9"));
+    ASSERT_TRUE(d.isError);
+    ASSERT_EQ(1u, d.errorInstances.size());
+    EXPECT_TRUE(d.errorInstances[0].identical(errorInstance()));
+
+    std::string out;
+    XmlWriter(out, XmlWriter::EXTENDED).appendReturnValue(CIMValue(errorInstance()));
+    EXPECT_EQ(0u, out.find("<RETURNVALUE PARAMTYPE=\"string\" EmbeddedObject=\"instance\">"));
+    CimXmlMethodResponse m = XmlReader::decodeMethodResponse(
+        "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"3\" PROTOCOLVERSION=\"1.0\">"
+        "<SIMPLERSP><METHODRESPONSE NAME=\"M\">" + out +
+        "</METHODRESPONSE></SIMPLERSP></MESSAGE></CIM>", String("M"), String("3"));
+    EXPECT_EQ(CIMTYPE_INSTANCE, m.returnValue.getType());
 }
