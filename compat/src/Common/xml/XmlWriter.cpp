@@ -133,13 +133,56 @@ void XmlWriter::appendEscaped(std::string& out, const char* p, size_t n,
     escapeTo(out, p, n, attribute ? 2 : 0);
 }
 
+// Escapes UTF-16 text straight into UTF-8 output (no intermediate copy).
+// ASCII goes through escapeTo's rules; a lone surrogate becomes U+FFFD.
+static void escapeUtf16To(std::string& out, const String& s, int mode)
+{
+    const Char16* p = s.getChar16Data();
+    Uint32 n = s.size();
+    for (Uint32 i = 0; i < n; i++)
+    {
+        Uint32 c = Uint16(p[i]);
+        if (c < 0x80)
+        {
+            char ch = char(c);
+            if (c >= 0x20 && ch != '&' && ch != '<' && ch != '>' && ch != '"')
+                out.push_back(ch);
+            else
+                escapeTo(out, &ch, 1, mode);
+            continue;
+        }
+        if (c >= 0xD800 && c <= 0xDBFF && i + 1 < n && Uint16(p[i + 1]) >= 0xDC00 &&
+            Uint16(p[i + 1]) <= 0xDFFF)
+        {
+            c = 0x10000 + ((c - 0xD800) << 10) + (Uint16(p[i + 1]) - 0xDC00);
+            i++;
+        }
+        else if (c >= 0xD800 && c <= 0xDFFF)
+            c = 0xFFFD;
+        if (c < 0x800)
+        {
+            out.push_back(char(0xC0 | (c >> 6)));
+            out.push_back(char(0x80 | (c & 0x3F)));
+        }
+        else if (c < 0x10000)
+        {
+            out.push_back(char(0xE0 | (c >> 12)));
+            out.push_back(char(0x80 | ((c >> 6) & 0x3F)));
+            out.push_back(char(0x80 | (c & 0x3F)));
+        }
+        else
+        {
+            out.push_back(char(0xF0 | (c >> 18)));
+            out.push_back(char(0x80 | ((c >> 12) & 0x3F)));
+            out.push_back(char(0x80 | ((c >> 6) & 0x3F)));
+            out.push_back(char(0x80 | (c & 0x3F)));
+        }
+    }
+}
+
 void XmlWriter::appendEscaped(std::string& out, const String& s, bool attribute)
 {
-    if (s.size() == 0)
-        return;
-    CString c = s.getCString();
-    const char* p = c;
-    appendEscaped(out, p, strlen(p), attribute);
+    escapeUtf16To(out, s, attribute ? 2 : 0);
 }
 
 std::string XmlWriter::embeddedObjectText(const CIMConstObject& object)
@@ -259,6 +302,15 @@ void XmlWriter::appendValue(const CIMValue& v)
             v.get(p);
             appendValueReference(p);
         }
+        return;
+    }
+    if (!v.isArray() && type == CIMTYPE_STRING)
+    {
+        String x;
+        v.get(x);
+        _out.append("<VALUE>");
+        escapeUtf16To(_out, x, 0);
+        _out.append("</VALUE>");
         return;
     }
     if (!v.isArray())
