@@ -73,20 +73,6 @@ std::vector<std::string> lines(const std::string& text)
     return result;
 }
 
-int freePort()
-{
-    int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    a.sin_port = 0;
-    bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof(a));
-    socklen_t len = sizeof(a);
-    getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-    close(fd);
-    return ntohs(a.sin_port);
-}
-
 bool accepts(int port)
 {
     int fd = socket(AF_INET, SOCK_STREAM, 0);
@@ -117,7 +103,8 @@ public:
         if (added.status != 0)
             throw std::runtime_error("passwd add: " + added.text);
 
-        _port = freePort();
+        // The server picks a free port and names it on its first line.
+        const std::string announce = _dir + "/stdout.txt";
         _pid = fork();
         if (_pid == 0)
         {
@@ -125,21 +112,23 @@ public:
             setenv("VELK_LOG_FILE", (_dir + "/velk.log").c_str(), 1);
             setenv("VELK_EVENT_LOG", (_dir + "/events.log").c_str(), 1);
             setenv("CIMHOST_SOCKET", (_dir + "/cimhost.socket").c_str(), 1);
+            if (!freopen(announce.c_str(), "w", stdout))
+                _exit(126);
             const std::string bin = std::string(VELK_BIN_DIR) + "/cimhost";
-            const std::string port = std::to_string(_port);
             const std::string root = std::string(VELK_SOURCE_DIR) + "/schema/root.mof";
             const std::string reg = std::string(VELK_SOURCE_DIR) + "/schema/registration";
             const std::string log = _dir + "/cimhost.log";
             const std::string socket = _dir + "/cimhost.socket";
             execl(bin.c_str(), bin.c_str(), "--http-address", "127.0.0.1",
-                "--http-port", port.c_str(), "--socket", socket.c_str(),
+                "--http-port", "0", "--socket", socket.c_str(),
                 "--password-file", passwd.c_str(), "--schema", root.c_str(),
                 "--registration", reg.c_str(), "--module-dir", VELK_LIB_DIR,
                 "--host-name", "velk-ctl01", "--log-file", log.c_str(),
                 (char*)nullptr);
             _exit(127);
         }
-        for (int i = 0; i < 300 && !accepts(_port); i++)
+        const std::regex listening("listening on http://127\\.0\\.0\\.1:([0-9]+)");
+        for (int i = 0; i < 300 && _port == 0; i++)
         {
             int status;
             if (waitpid(_pid, &status, WNOHANG) == _pid)
@@ -147,9 +136,18 @@ public:
                 _pid = -1;
                 throw std::runtime_error("cimhost exited at start-up");
             }
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            std::ifstream in(announce.c_str());
+            std::string line;
+            std::smatch m;
+            while (std::getline(in, line))
+            {
+                if (std::regex_search(line, m, listening))
+                    _port = std::stoi(m[1]);
+            }
+            if (_port == 0)
+                std::this_thread::sleep_for(std::chrono::milliseconds(100));
         }
-        if (!accepts(_port))
+        if (_port == 0 || !accepts(_port))
             throw std::runtime_error("cimhost does not listen");
     }
 
