@@ -84,6 +84,34 @@ public:
         const std::function<void(const std::string&)>& schemaEdit = nullptr)
     {
         _dir = makeTempDir("jobtest");
+        try
+        {
+            start(stateJson, schemaEdit);
+        }
+        catch (...)
+        {
+            _server.reset();
+            removeTree(_dir);
+            throw;
+        }
+    }
+
+    ~JobModuleServer()
+    {
+        _server->stop();
+        _server.reset();
+        velksim::reset();
+        removeTree(_dir);
+    }
+
+    Pegasus::CIMOMHandle handle() { return _server->cimomHandle(); }
+    cimhost::EmbeddedServer& server() { return *_server; }
+    const std::string& dir() const { return _dir; }
+
+private:
+    void start(const std::string& stateJson,
+        const std::function<void(const std::string&)>& schemaEdit)
+    {
         velksim::reset();
         velksim::setEventLogFile("");
         velksim::setLogFile("");
@@ -122,19 +150,6 @@ public:
         _server->start();
     }
 
-    ~JobModuleServer()
-    {
-        _server->stop();
-        _server.reset();
-        velksim::reset();
-        removeTree(_dir);
-    }
-
-    Pegasus::CIMOMHandle handle() { return _server->cimomHandle(); }
-    cimhost::EmbeddedServer& server() { return *_server; }
-    const std::string& dir() const { return _dir; }
-
-private:
     std::string _dir;
     std::unique_ptr<cimhost::EmbeddedServer> _server;
 };
