@@ -7,6 +7,8 @@
 #include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Common/Exception.h>
 
+#include "../TestSupport.h"
+
 PEGASUS_USING_PEGASUS;
 
 TEST(CIMValue, ImplicitConversionPitfalls)
@@ -26,16 +28,12 @@ TEST(CIMValue, ImplicitConversionPitfalls)
     EXPECT_EQ(CIMValue(Char16('c')).getType(), CIMTYPE_CHAR16);
     EXPECT_EQ(CIMValue(Uint16(7)).getType(), CIMTYPE_UINT16);
     EXPECT_EQ(CIMValue('c').getType(), CIMTYPE_SINT8);   // char is sint8
-}
-
-TEST(CIMValue, DefaultIsNullBooleanScalar)
-{
-    CIMValue v;
-    EXPECT_TRUE(v.isNull());
-    EXPECT_FALSE(v.isArray());
-    EXPECT_EQ(v.getType(), CIMTYPE_BOOLEAN);
-    EXPECT_EQ(v.getArraySize(), 0u);
-    EXPECT_EQ(v.toString(), "");
+    Array<char> chars(2, 'b');
+    CIMValue v(chars);
+    EXPECT_EQ(v.getType(), CIMTYPE_SINT8);
+    Array<Sint8> asSint8;
+    v.get(asSint8);
+    EXPECT_EQ(asSint8[1], Sint8('b'));
 }
 
 TEST(CIMValue, TypeCheckComesBeforeNullCheck)
@@ -69,8 +67,14 @@ TEST(CIMValue, ScalarAndArrayNeverMix)
     EXPECT_THROW(scalar.get(narrow), TypeMismatchException);
 }
 
-TEST(CIMValue, SetReplacesTypeAndArrayness)
+TEST(CIMValue, SetAndAssignReplaceTypeAndArrayness)
 {
+    CIMValue d;
+    EXPECT_TRUE(d.isNull());
+    EXPECT_FALSE(d.isArray());
+    EXPECT_EQ(d.getType(), CIMTYPE_BOOLEAN);
+    EXPECT_EQ(d.toString(), "");
+
     CIMValue v(CIMTYPE_STRING, true, 4);
     EXPECT_TRUE(v.isNull());
     EXPECT_EQ(v.getArraySize(), 4u);
@@ -84,42 +88,18 @@ TEST(CIMValue, SetReplacesTypeAndArrayness)
     EXPECT_EQ(v.getType(), CIMTYPE_DATETIME);
     v.clear();
     EXPECT_EQ(v.getType(), CIMTYPE_BOOLEAN);
-}
 
-TEST(CIMValue, CopiesAreIndependent)
-{
-    Array<String> names;
-    names.append(String("a"));
-    CIMValue v(names);
-    CIMValue w(v);
-    w.set(String("other"));
-    Array<String> back;
-    v.get(back);
-    ASSERT_EQ(back.size(), 1u);
-    back[0] = String("changed");
-    Array<String> again;
-    v.get(again);
-    EXPECT_EQ(again[0], "a");
-
-    CIMValue moved(std::move(w));
-    String s;
-    moved.get(s);
-    EXPECT_EQ(s, "other");
-}
-
-TEST(CIMValue, EveryScalarTypeRoundTrips)
-{
-    CIMValue v;
-    v.set(Sint8(-8));     { Sint8 x = 0; v.get(x); EXPECT_EQ(x, -8); }
-    v.set(Uint64(1) << 63); { Uint64 x = 0; v.get(x); EXPECT_EQ(x, Uint64(1) << 63); }
-    v.set(Sint64(-5));    { Sint64 x = 0; v.get(x); EXPECT_EQ(x, -5); }
-    v.set(Real32(0.5f));  { Real32 x = 0; v.get(x); EXPECT_EQ(x, 0.5f); }
-    v.set(Char16(0x263A)); { Char16 x; v.get(x); EXPECT_EQ(Uint16(x), 0x263A); }
-    CIMDateTime dt("20240131235959.123456+060");
-    v.set(dt);            { CIMDateTime x; v.get(x); EXPECT_EQ(x.toString(), dt.toString()); }
-    CIMObjectPath p("root/x:C.K=\"v\"");
-    v.set(p);             { CIMObjectPath x; v.get(x); EXPECT_EQ(x.toString(), "root/x:C.K=\"v\""); }
-    EXPECT_EQ(v.getType(), CIMTYPE_REFERENCE);
+    CIMValue a(String("text"));
+    CIMValue b(CIMTYPE_UINT64, true, 7);
+    a = b;
+    EXPECT_TRUE(a.isNull());
+    EXPECT_TRUE(a.isArray());
+    EXPECT_EQ(a.getType(), CIMTYPE_UINT64);
+    b.assign(CIMValue(Uint64(1)));
+    EXPECT_EQ(a.getArraySize(), 7u);
+    const CIMValue& self = a;
+    a = self;
+    EXPECT_EQ(a.getArraySize(), 7u);
 }
 
 TEST(CIMValue, EqualityRules)
@@ -201,12 +181,6 @@ TEST(CIMValue, EmbeddedObjectKeepsObjectType)
     CIMObject out;
     v.get(out);
     EXPECT_TRUE(out.isInstance());
-    Array<CIMInstance> arr;
-    arr.append(inst);
-    CIMValue va(arr);
-    EXPECT_EQ(va.getType(), CIMTYPE_INSTANCE);
-    EXPECT_EQ(va.getArraySize(), 1u);
-    EXPECT_TRUE(va == CIMValue(arr));
 }
 
 namespace
@@ -268,49 +242,11 @@ TEST(CIMValue, EveryArrayTypeRoundTrips)
         CIMObject(CIMInstance(CIMName("A"))), CIMObject(CIMInstance(CIMName("B"))));
 }
 
-TEST(CIMValue, DeprecatedCharIsSint8)
-{
-    Array<char> chars;
-    chars.append('a');
-    chars.append('b');
-    CIMValue v(chars);
-    EXPECT_EQ(v.getType(), CIMTYPE_SINT8);
-    Array<Sint8> asSint8;
-    v.get(asSint8);
-    EXPECT_EQ(asSint8[1], Sint8('b'));
-    Array<char> back;
-    v.get(back);
-    EXPECT_EQ(back[0], 'a');
-    CIMValue c;
-    c.set('z');
-    char z = 0;
-    c.get(z);
-    EXPECT_EQ(z, 'z');
-}
-
-TEST(CIMValue, AssignmentReplacesEverything)
-{
-    CIMValue a(String("text"));
-    CIMValue b(CIMTYPE_UINT64, true, 7);
-    a = b;
-    EXPECT_TRUE(a.isNull());
-    EXPECT_TRUE(a.isArray());
-    EXPECT_EQ(a.getType(), CIMTYPE_UINT64);
-    EXPECT_EQ(a.getArraySize(), 7u);
-    b.assign(CIMValue(Uint64(1)));
-    EXPECT_EQ(a.getArraySize(), 7u);
-    const CIMValue& self = a;
-    a = self;
-    EXPECT_EQ(a.getArraySize(), 7u);
-}
-
 TEST(CIMValue, EmbeddedInstanceTextIsCimXml)
 {
     CIMInstance inst(CIMName("Sample_Job"));
     inst.addProperty(CIMProperty(CIMName("Name"), CIMValue(String("j1"))));
-    String text = CIMValue(inst).toString();
-    CString c = text.getCString();
-    std::string s(c);
+    std::string s = compattest::str(CIMValue(inst).toString());
     EXPECT_EQ(s.rfind("<INSTANCE CLASSNAME=\"Sample_Job\"", 0), 0u) << s;
     EXPECT_NE(s.find("j1"), std::string::npos) << s;
     EXPECT_EQ(s.substr(s.size() - 11), "</INSTANCE>") << s;

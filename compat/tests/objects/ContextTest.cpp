@@ -1,31 +1,14 @@
 // Operation contexts, property lists, language lists.
 #include <gtest/gtest.h>
 
+#include "../TestSupport.h"
+
 #include <Pegasus/Common/OperationContext.h>
 #include <Pegasus/Common/CIMPropertyList.h>
 #include <Pegasus/Common/InternalException.h>
 
 PEGASUS_USING_PEGASUS;
-
-namespace
-{
-
-template<class E, class F>
-String messageOf(F f)
-{
-    try
-    {
-        f();
-    }
-    catch (const E& e)
-    {
-        return e.getMessage();
-    }
-    ADD_FAILURE() << "no exception";
-    return String();
-}
-
-}
+using compattest::messageOf;
 
 TEST(OperationContextRules, GetInsertSetRemove)
 {

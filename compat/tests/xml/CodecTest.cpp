@@ -9,16 +9,14 @@
 #include <Pegasus/Common/CIMDateTime.h>
 
 #include "TestOperations.h"
+#include "../TestSupport.h"
 
 using namespace Pegasus;
 
 namespace
 {
 
-std::string s(const String& x)
-{
-    return std::string((const char*)x.getCString());
-}
+using compattest::str;
 
 std::string encodeValue(const CIMValue& v)
 {
@@ -136,28 +134,29 @@ CIMClass richClass()
 
 TEST(CimXmlWriter, ScalarTextOfEveryType)
 {
-    EXPECT_EQ("<VALUE>TRUE</VALUE>", encodeValue(CIMValue(true)));
-    EXPECT_EQ("<VALUE>FALSE</VALUE>", encodeValue(CIMValue(false)));
-    EXPECT_EQ("<VALUE>-128</VALUE>", encodeValue(CIMValue(Sint8(-128))));
-    EXPECT_EQ("<VALUE>255</VALUE>", encodeValue(CIMValue(Uint8(255))));
-    EXPECT_EQ("<VALUE>18446744073709551615</VALUE>",
-        encodeValue(CIMValue(Uint64(18446744073709551615ull))));
-    EXPECT_EQ("<VALUE>-9223372036854775808</VALUE>",
-        encodeValue(CIMValue(Sint64(-9223372036854775807ll - 1))));
-    EXPECT_EQ("<VALUE>1.5</VALUE>", encodeValue(CIMValue(Real64(1.5))));
-    EXPECT_EQ("<VALUE>0.1</VALUE>", encodeValue(CIMValue(Real32(0.1f))));
-    EXPECT_EQ("<VALUE>\xc3\xa9</VALUE>", encodeValue(CIMValue(Char16(0xE9))));
-    EXPECT_EQ("<VALUE>00000001020304.000000:000</VALUE>",
-        encodeValue(CIMValue(CIMDateTime(String("00000001020304.000000:000")))));
-    EXPECT_EQ("<VALUE></VALUE>", encodeValue(CIMValue(String(""))));
-    EXPECT_EQ("", encodeValue(CIMValue(CIMTYPE_UINT32, false)));
-    EXPECT_EQ("", encodeValue(CIMValue(CIMTYPE_UINT32, true)));
     Array<Uint16> a;
     a.append(2);
     a.append(17);
-    EXPECT_EQ("<VALUE.ARRAY><VALUE>2</VALUE><VALUE>17</VALUE></VALUE.ARRAY>",
-        encodeValue(CIMValue(a)));
-    EXPECT_EQ("<VALUE.ARRAY></VALUE.ARRAY>", encodeValue(CIMValue(Array<Boolean>())));
+    const std::pair<CIMValue, const char*> cases[] = {
+        {CIMValue(true), "<VALUE>TRUE</VALUE>"},
+        {CIMValue(false), "<VALUE>FALSE</VALUE>"},
+        {CIMValue(Sint8(-128)), "<VALUE>-128</VALUE>"},
+        {CIMValue(Uint8(255)), "<VALUE>255</VALUE>"},
+        {CIMValue(Uint64(18446744073709551615ull)), "<VALUE>18446744073709551615</VALUE>"},
+        {CIMValue(Sint64(-9223372036854775807ll - 1)), "<VALUE>-9223372036854775808</VALUE>"},
+        {CIMValue(Real64(1.5)), "<VALUE>1.5</VALUE>"},
+        {CIMValue(Real32(0.1f)), "<VALUE>0.1</VALUE>"},
+        {CIMValue(Char16(0xE9)), "<VALUE>\xc3\xa9</VALUE>"},
+        {CIMValue(CIMDateTime(String("00000001020304.000000:000"))),
+            "<VALUE>00000001020304.000000:000</VALUE>"},
+        {CIMValue(String("")), "<VALUE></VALUE>"},
+        {CIMValue(CIMTYPE_UINT32, false), ""},
+        {CIMValue(CIMTYPE_UINT32, true), ""},
+        {CIMValue(a), "<VALUE.ARRAY><VALUE>2</VALUE><VALUE>17</VALUE></VALUE.ARRAY>"},
+        {CIMValue(Array<Boolean>()), "<VALUE.ARRAY></VALUE.ARRAY>"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(c.second, encodeValue(c.first));
 }
 
 TEST(CimXmlWriter, EscapingUsesNamedEntitiesAndKeepsCarriageReturns)
@@ -194,19 +193,8 @@ TEST(CimXmlWriter, InstancePropertiesInTheStrictClientForm)
 
 TEST(CimXmlWriter, ClassWithQualifiersMethodsAndParameters)
 {
-    CIMClass c(CIMName("EXM_Job"), CIMName("CIM_ConcreteJob"));
-    c.addQualifier(CIMQualifier(CIMName("Description"), CIMValue(String("Example job class")),
-        CIMFlavor::DEFAULTS + CIMFlavor::TRANSLATABLE));
-    CIMProperty id(CIMName("InstanceID"), CIMValue(CIMTYPE_STRING, false), 0, CIMName(),
-        CIMName("CIM_ManagedElement"), true);
-    id.addQualifier(CIMQualifier(CIMName("Key"), CIMValue(true),
-        CIMFlavor::TOSUBCLASS + CIMFlavor::DISABLEOVERRIDE));
-    c.addProperty(id);
-    CIMMethod m(CIMName("GetErrorRecord"), CIMTYPE_UINT32, CIMName("EXM_Job"));
-    CIMParameter index(CIMName("Index"), CIMTYPE_UINT16);
-    index.addQualifier(CIMQualifier(CIMName("In"), CIMValue(true),
-        CIMFlavor::TOSUBCLASS + CIMFlavor::DISABLEOVERRIDE));
-    m.addParameter(index);
+    // The class the test operations serve, with an output parameter added.
+    CIMClass c = cimxmltest::TestOperations().jobClass;
     CIMParameter err(CIMName("Error"), CIMTYPE_STRING);
     err.addQualifier(CIMQualifier(CIMName("In"), CIMValue(false),
         CIMFlavor::TOSUBCLASS + CIMFlavor::DISABLEOVERRIDE));
@@ -214,8 +202,7 @@ TEST(CimXmlWriter, ClassWithQualifiersMethodsAndParameters)
         CIMFlavor::TOSUBCLASS + CIMFlavor::DISABLEOVERRIDE));
     err.addQualifier(CIMQualifier(CIMName("EmbeddedInstance"), CIMValue(String("CIM_Error")),
         CIMFlavor::DEFAULTS));
-    m.addParameter(err);
-    c.addMethod(m);
+    c.getMethod(0).addParameter(err);
     std::string out = encode([&](XmlWriter& w) { w.appendClass(c); });
     EXPECT_EQ(
         "<CLASS NAME=\"EXM_Job\" SUPERCLASS=\"CIM_ConcreteJob\">\n"
@@ -318,7 +305,7 @@ TEST(CimXmlRoundTrip, ValuesOfEveryTypeScalarAndArray)
             continue;
         std::string xml = encodeValue(v);
         CIMValue back = XmlReader::decodeValue(xml, v.getType());
-        EXPECT_TRUE(back == v) << s(i.getProperty(k).getName().getString()) << ": " << xml;
+        EXPECT_TRUE(back == v) << str(i.getProperty(k).getName().getString()) << ": " << xml;
     }
     // Exact round trip of binary floating point.
     CIMValue r(Real64(0.1 + 0.2));
@@ -384,22 +371,23 @@ TEST(CimXmlRoundTrip, EveryPathElement)
     CIMObjectPath lcls(String(), CIMNamespaceName("root/exm"), CIMName("EXM_Disk"));
     CIMObjectPath ncls(String(), CIMNamespaceName(), CIMName("EXM_Disk"));
 
-    EXPECT_TRUE(XmlReader::decodeObjectPath(encode([&](XmlWriter& w) {
-        w.appendInstancePath(full); })) == full);
-    EXPECT_TRUE(XmlReader::decodeObjectPath(encode([&](XmlWriter& w) {
-        w.appendLocalInstancePath(local); })) == local);
-    EXPECT_TRUE(XmlReader::decodeObjectPath(encode([&](XmlWriter& w) {
-        w.appendInstanceName(bare); })) == bare);
-    EXPECT_TRUE(XmlReader::decodeObjectPath(encode([&](XmlWriter& w) {
-        w.appendObjectPath(full, false); })) == full);
-    EXPECT_TRUE(XmlReader::decodeObjectPath(encode([&](XmlWriter& w) {
-        w.appendClassPath(cls); })) == cls);
-    EXPECT_TRUE(XmlReader::decodeObjectPath(encode([&](XmlWriter& w) {
-        w.appendObjectPath(cls, true); })) == cls);
-    EXPECT_TRUE(XmlReader::decodeObjectPath(encode([&](XmlWriter& w) {
-        w.appendLocalClassPath(lcls); })) == lcls);
-    EXPECT_TRUE(XmlReader::decodeObjectPath(encode([&](XmlWriter& w) {
-        w.appendClassName(ncls.getClassName()); })) == ncls);
+    typedef void (*Append)(XmlWriter&, const CIMObjectPath&);
+    const std::pair<Append, CIMObjectPath> elements[] = {
+        {[](XmlWriter& w, const CIMObjectPath& p) { w.appendInstancePath(p); }, full},
+        {[](XmlWriter& w, const CIMObjectPath& p) { w.appendLocalInstancePath(p); }, local},
+        {[](XmlWriter& w, const CIMObjectPath& p) { w.appendInstanceName(p); }, bare},
+        {[](XmlWriter& w, const CIMObjectPath& p) { w.appendObjectPath(p, false); }, full},
+        {[](XmlWriter& w, const CIMObjectPath& p) { w.appendClassPath(p); }, cls},
+        {[](XmlWriter& w, const CIMObjectPath& p) { w.appendObjectPath(p, true); }, cls},
+        {[](XmlWriter& w, const CIMObjectPath& p) { w.appendLocalClassPath(p); }, lcls},
+        {[](XmlWriter& w, const CIMObjectPath& p) { w.appendClassName(p.getClassName()); },
+            ncls},
+    };
+    for (const auto& e : elements)
+    {
+        std::string xml = encode([&](XmlWriter& w) { e.first(w, e.second); });
+        EXPECT_TRUE(XmlReader::decodeObjectPath(xml) == e.second) << xml;
+    }
     // References of every shape inside VALUE.REFERENCE.
     for (const CIMObjectPath& p : {full, local, bare, cls, lcls, ncls})
     {
@@ -465,7 +453,7 @@ TEST(CimXmlRoundTrip, ParamValuesTypedUntypedEmbeddedAndReferences)
     {
         std::string xml = encode([&](XmlWriter& w) { w.appendParamValue(pv); });
         CIMParamValue back = XmlReader::decodeParamValue(xml);
-        EXPECT_EQ(s(pv.getParameterName()), s(back.getParameterName()));
+        EXPECT_EQ(str(pv.getParameterName()), str(back.getParameterName()));
         EXPECT_EQ(pv.isTyped(), back.isTyped()) << xml;
         EXPECT_TRUE(back.getValue() == pv.getValue()) << xml;
     }
@@ -486,17 +474,15 @@ TEST(CimXmlEmbedded, DoubleEscapingOfAnEmbeddedInstance)
     // qualifier without attribute.
     const char* inner = "<INSTANCE CLASSNAME=\"CIM_Error\"><PROPERTY NAME=\"Message\" "
         "TYPE=\"string\"><VALUE>a &amp; b</VALUE></PROPERTY></INSTANCE>";
-    std::vector<std::string> inputs = {
+    CIMParamValue pv = XmlReader::decodeParamValue(
         std::string("<PARAMVALUE NAME=\"E\" PARAMTYPE=\"string\" EMBEDDEDOBJECT=\"instance\">"
-            "<VALUE><![CDATA[") + inner + "]]></VALUE></PARAMVALUE>",
-    };
-    CIMParamValue pv = XmlReader::decodeParamValue(inputs[0]);
+            "<VALUE><![CDATA[") + inner + "]]></VALUE></PARAMVALUE>");
     ASSERT_EQ(CIMTYPE_INSTANCE, pv.getValue().getType());
     CIMInstance e;
     pv.getValue().get(e);
     String msg;
     e.getProperty(e.findProperty(CIMName("Message"))).getValue().get(msg);
-    EXPECT_EQ("a & b", s(msg));
+    EXPECT_EQ("a & b", str(msg));
 
     CIMProperty p = XmlReader::decodeProperty(
         "<PROPERTY NAME=\"E\" TYPE=\"string\"><QUALIFIER NAME=\"EmbeddedInstance\" "
@@ -572,7 +558,7 @@ TEST(CimXmlReader, ToleratesAttributeOrderEmptyElementsAndReferences)
     CIMKeyBinding kb = XmlReader::decodeKeyBinding(
         "<KEYBINDING NAME=\"Id\"><KEYVALUE>007</KEYVALUE></KEYBINDING>");
     EXPECT_EQ(CIMKeyBinding::STRING, kb.getType());
-    EXPECT_EQ("007", s(kb.getValue()));
+    EXPECT_EQ("007", str(kb.getValue()));
     kb = XmlReader::decodeKeyBinding(
         "<KEYBINDING NAME=\"Id\"><KEYVALUE VALUETYPE=\"numeric\" TYPE=\"uint8\">7</KEYVALUE>"
         "</KEYBINDING>");
@@ -639,7 +625,7 @@ TEST(CimXmlReader, ResponsesDecodeResultsAndErrors)
         String("getinstance"), String("77"));
     EXPECT_TRUE(r.isError);
     EXPECT_EQ(6u, r.errorCode);
-    EXPECT_EQ("CIM_ERR_NOT_FOUND: gone", s(r.errorDescription));
+    EXPECT_EQ("CIM_ERR_NOT_FOUND: gone", str(r.errorDescription));
     EXPECT_THROW(XmlReader::decodeIMethodResponse(body, String("GetInstance"),
         String("78")), CimXmlDecodeException);
     EXPECT_THROW(XmlReader::decodeIMethodResponse(body, String("GetClass"),

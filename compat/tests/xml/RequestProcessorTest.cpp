@@ -12,9 +12,11 @@
 #include <Pegasus/Common/OperationContext.h>
 
 #include "TestOperations.h"
+#include "../TestSupport.h"
 
 using namespace Pegasus;
 using namespace cimxmltest;
+using compattest::str;
 
 namespace
 {
@@ -93,6 +95,20 @@ protected:
             {"CIMObject", object}};
     }
 
+    // Replays the documented request <name>_request.http and compares the
+    // answer with <name>_response.http.
+    CimXmlHttpResponse replay(const char* method, const std::string& name)
+    {
+        HttpMessage req = readMessage(name + "_request.http");
+        HttpMessage expected = readMessage(name + "_response.http");
+        CimXmlHttpResponse r = processor.process(method, req.headers, req.body,
+            contextFor("admin"));
+        EXPECT_EQ(200u, r.status);
+        EXPECT_EQ(expected.body, r.body);
+        EXPECT_EQ(headerOf(expected.headers, "Content-Length"), std::to_string(r.body.size()));
+        return r;
+    }
+
     static std::string envelope(const std::string& call)
     {
         return "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n"
@@ -133,31 +149,21 @@ const char* const INSTANCE_NAME_17 =
 
 TEST_F(RequestProcessorTest, EnumerateInstanceNamesExampleIsAnsweredByteForByte)
 {
-    HttpMessage req = readMessage("enum_names_request.http");
-    HttpMessage expected = readMessage("enum_names_response.http");
-    CimXmlHttpResponse r = processor.process("POST", req.headers, req.body,
-        contextFor("admin"));
-    EXPECT_EQ(200u, r.status);
+    CimXmlHttpResponse r = replay("POST", "enum_names");
     EXPECT_EQ("OK", r.reason);
-    EXPECT_EQ(expected.body, r.body);
-    EXPECT_EQ(headerOf(expected.headers, "Content-Length"), std::to_string(r.body.size()));
-    EXPECT_EQ(headerOf(expected.headers, "Content-Type"), r.header("Content-Type"));
+    EXPECT_EQ(headerOf(readMessage("enum_names_response.http").headers, "Content-Type"),
+        r.header("Content-Type"));
     EXPECT_EQ("MethodResponse", r.header("CIMOperation"));
     Call c = ops.last();
     EXPECT_EQ("enumerateInstanceNames", c.op);
-    EXPECT_EQ("root/exm", std::string(c.ns.getString().getCString()));
-    EXPECT_EQ("admin", std::string(c.user.getCString()));
+    EXPECT_EQ("root/exm", str(c.ns.getString()));
+    EXPECT_EQ("admin", str(c.user));
 }
 
 TEST_F(RequestProcessorTest, MPostGetInstanceOfAssociationExampleIsAnsweredByteForByte)
 {
-    HttpMessage req = readMessage("get_assoc_request.http");
+    CimXmlHttpResponse r = replay("M-POST", "get_assoc");
     HttpMessage expected = readMessage("get_assoc_response.http");
-    CimXmlHttpResponse r = processor.process("M-POST", req.headers, req.body,
-        contextFor("admin"));
-    EXPECT_EQ(200u, r.status);
-    EXPECT_EQ(expected.body, r.body);
-    EXPECT_EQ(headerOf(expected.headers, "Content-Length"), std::to_string(r.body.size()));
     // Ext, Cache-Control, Man and the prefixed CIMOperation, as documented.
     CimXmlHeaders expectedHeaders;
     for (const auto& h : expected.headers)
@@ -176,23 +182,16 @@ TEST_F(RequestProcessorTest, MPostGetInstanceOfAssociationExampleIsAnsweredByteF
     Uint32 k = keys[0].getName().equal(CIMName("OwningElement")) ? 0 : 1;
     EXPECT_EQ(CIMKeyBinding::REFERENCE, keys[k].getType());
     CIMObjectPath owning(keys[k].getValue());
-    EXPECT_EQ("cimsrv.example.com", std::string(owning.getHost().getCString()));
-    EXPECT_EQ("EXM_JobService", std::string(owning.getClassName().getString().getCString()));
+    EXPECT_EQ("cimsrv.example.com", str(owning.getHost()));
+    EXPECT_EQ("EXM_JobService", str(owning.getClassName().getString()));
 }
 
 TEST_F(RequestProcessorTest, InvokeMethodExampleReturnsEmbeddedInstanceByteForByte)
 {
-    HttpMessage req = readMessage("invoke_request.http");
-    HttpMessage expected = readMessage("invoke_response.http");
-    CimXmlHttpResponse r = processor.process("POST", req.headers, req.body,
-        contextFor("admin"));
-    EXPECT_EQ(200u, r.status);
-    EXPECT_EQ(expected.body, r.body);
-    EXPECT_EQ(headerOf(expected.headers, "Content-Length"), std::to_string(r.body.size()));
-
+    replay("POST", "invoke");
     Call c = ops.last();
     EXPECT_EQ("invokeMethod", c.op);
-    EXPECT_EQ("root/exm", std::string(c.ns.getString().getCString()));
+    EXPECT_EQ("root/exm", str(c.ns.getString()));
     ASSERT_EQ(1u, c.in.size());
     EXPECT_TRUE(c.in[0].isTyped());
     Uint16 index = 0;
@@ -234,24 +233,21 @@ TEST_F(RequestProcessorTest, CimExceptionBecomesErrorWithSymbolicNamePrefix)
 
 TEST_F(RequestProcessorTest, OtherExceptionsBecomeCimErrFailed)
 {
-    ops.setBefore([] { throw Exception(String("disk on fire")); });
-    std::string description;
-    EXPECT_EQ(1u, errorCodeOf("EnumerateInstanceNames",
-        "<IPARAMVALUE NAME=\"ClassName\"><CLASSNAME NAME=\"EXM_Job\"/></IPARAMVALUE>",
-        &description));
-    EXPECT_EQ("CIM_ERR_FAILED: disk on fire", description);
-
-    ops.setBefore([] { throw std::runtime_error("bad alloc somewhere"); });
-    EXPECT_EQ(1u, errorCodeOf("EnumerateInstanceNames",
-        "<IPARAMVALUE NAME=\"ClassName\"><CLASSNAME NAME=\"EXM_Job\"/></IPARAMVALUE>",
-        &description));
-    EXPECT_EQ("CIM_ERR_FAILED: bad alloc somewhere", description);
-
-    ops.setBefore([] { throw 42; });
-    EXPECT_EQ(1u, errorCodeOf("EnumerateInstanceNames",
-        "<IPARAMVALUE NAME=\"ClassName\"><CLASSNAME NAME=\"EXM_Job\"/></IPARAMVALUE>",
-        &description));
-    EXPECT_EQ("CIM_ERR_FAILED: Unknown error.", description);
+    const std::pair<void (*)(), const char*> cases[] = {
+        {[] { throw Exception(String("disk on fire")); }, "CIM_ERR_FAILED: disk on fire"},
+        {[] { throw std::runtime_error("bad alloc somewhere"); },
+            "CIM_ERR_FAILED: bad alloc somewhere"},
+        {[] { throw 42; }, "CIM_ERR_FAILED: Unknown error."},
+    };
+    for (const auto& c : cases)
+    {
+        ops.setBefore(c.first);
+        std::string description;
+        EXPECT_EQ(1u, errorCodeOf("EnumerateInstanceNames",
+            "<IPARAMVALUE NAME=\"ClassName\"><CLASSNAME NAME=\"EXM_Job\"/></IPARAMVALUE>",
+            &description));
+        EXPECT_EQ(c.second, description);
+    }
 }
 
 TEST_F(RequestProcessorTest, ParameterProblemsAreInvalidParameterAndUnknownOperationsNotSupported)
@@ -329,13 +325,13 @@ TEST_F(RequestProcessorTest, AssociationFiltersReachTheTargetAndResultsCarryFull
     EXPECT_EQ("associators", c.op);
     EXPECT_TRUE(c.assocClass.equal(CIMName("EXM_OwningJobElement")));
     EXPECT_TRUE(c.resultClass.isNull());
-    EXPECT_EQ("OwningElement", std::string(c.role.getCString()));
+    EXPECT_EQ("OwningElement", str(c.role));
     EXPECT_EQ(0u, c.resultRole.size());
     CimXmlIMethodResponse d = XmlReader::decodeIMethodResponse(r.body,
         String("Associators"), String("4711"));
     ASSERT_EQ(1u, d.objects.size());
     EXPECT_EQ("//cimsrv.example.com/root/exm:EXM_Job.InstanceID=\"EXM:Job:17\"",
-        std::string(d.objects[0].getPath().toString().getCString()));
+        str(d.objects[0].getPath().toString()));
     EXPECT_NE(std::string::npos, r.body.find("<VALUE.OBJECTWITHPATH>\n<INSTANCEPATH>"));
 
     r = post(headers("AssociatorNames", "root%2Fexm"),
@@ -345,7 +341,7 @@ TEST_F(RequestProcessorTest, AssociationFiltersReachTheTargetAndResultsCarryFull
     d = XmlReader::decodeIMethodResponse(r.body, String("AssociatorNames"), String("4711"));
     ASSERT_EQ(1u, d.paths.size());
     EXPECT_EQ("//cimsrv.example.com/root/exm:EXM_Job.InstanceID=\"EXM:Job:17\"",
-        std::string(d.paths[0].toString().getCString()));
+        str(d.paths[0].toString()));
     EXPECT_NE(std::string::npos, r.body.find("<OBJECTPATH>\n<INSTANCEPATH>"));
 
     // An empty result leaves IRETURNVALUE out.
@@ -380,12 +376,12 @@ TEST_F(RequestProcessorTest, UntypedMethodParametersStayUntyped)
     EXPECT_FALSE(c.in[0].isTyped());
     String s;
     c.in[0].getValue().get(s);
-    EXPECT_EQ(" 2 ", std::string(s.getCString()));
+    EXPECT_EQ(" 2 ", str(s));
     EXPECT_FALSE(c.in[1].isTyped());
     Array<String> names;
     c.in[1].getValue().get(names);
     ASSERT_EQ(2u, names.size());
-    EXPECT_EQ("b", std::string(names[1].getCString()));
+    EXPECT_EQ("b", str(names[1]));
     EXPECT_FALSE(c.in[2].isTyped());
     EXPECT_TRUE(c.in[2].getValue().isNull());
     // NULL outputs are left out; the return value comes first.
@@ -421,7 +417,7 @@ TEST_F(RequestProcessorTest, SetPropertyNewValueArrivesAsTextForRetyping)
     EXPECT_EQ(CIMTYPE_STRING, c.value.getType());
     String s;
     c.value.get(s);
-    EXPECT_EQ("9", std::string(s.getCString()));
+    EXPECT_EQ("9", str(s));
 }
 
 // --- HTTP-level failures --------------------------------------------------------

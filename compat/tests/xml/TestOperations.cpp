@@ -1,5 +1,7 @@
 #include "TestOperations.h"
 
+#include <initializer_list>
+
 #include <Pegasus/Common/OperationContext.h>
 
 namespace cimxmltest
@@ -85,19 +87,40 @@ CIMInstance TestOperations::find(const CIMObjectPath& path)
     throw CIMException(CIM_ERR_NOT_FOUND, detail);
 }
 
+// A record of one call: its operation, namespace, flags in the order of the
+// signature and property list.
+static Call call(const char* op, const CIMNamespaceName& ns,
+    std::initializer_list<Boolean> flags = {},
+    const CIMPropertyList& propertyList = CIMPropertyList())
+{
+    Call c;
+    c.op = op;
+    c.ns = ns;
+    Uint32 i = 0;
+    for (Boolean f : flags)
+        c.flags[i++] = f;
+    c.propertyList = propertyList;
+    return c;
+}
+
+// A record of a call on an object path.
+static Call call(const char* op, const CIMNamespaceName& ns, const CIMObjectPath& path,
+    std::initializer_list<Boolean> flags = {},
+    const CIMPropertyList& propertyList = CIMPropertyList())
+{
+    Call c = call(op, ns, flags, propertyList);
+    c.path = path;
+    return c;
+}
+
 CIMClass TestOperations::getClass(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMName& className, Boolean localOnly,
     Boolean includeQualifiers, Boolean includeClassOrigin,
     const CIMPropertyList& propertyList)
 {
-    Call c;
-    c.op = "getClass";
-    c.ns = nameSpace;
+    Call c = call("getClass", nameSpace,
+        {localOnly, includeQualifiers, includeClassOrigin}, propertyList);
     c.className = className;
-    c.flags[0] = localOnly;
-    c.flags[1] = includeQualifiers;
-    c.flags[2] = includeClassOrigin;
-    c.propertyList = propertyList;
     record(c, context);
     if (!className.equal(CIMName("EXM_Job")))
         throw CIMException(CIM_ERR_NOT_FOUND, className.getString());
@@ -109,29 +132,19 @@ Array<CIMClass> TestOperations::enumerateClasses(const OperationContext& context
     Boolean deepInheritance, Boolean localOnly, Boolean includeQualifiers,
     Boolean includeClassOrigin)
 {
-    Call c;
-    c.op = "enumerateClasses";
-    c.ns = nameSpace;
+    Call c = call("enumerateClasses", nameSpace,
+        {deepInheritance, localOnly, includeQualifiers, includeClassOrigin});
     c.className = className;
-    c.flags[0] = deepInheritance;
-    c.flags[1] = localOnly;
-    c.flags[2] = includeQualifiers;
-    c.flags[3] = includeClassOrigin;
     record(c, context);
-    Array<CIMClass> a;
-    a.append(jobClass.clone());
-    return a;
+    return Array<CIMClass>(1, jobClass.clone());
 }
 
 Array<CIMName> TestOperations::enumerateClassNames(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMName& className,
     Boolean deepInheritance)
 {
-    Call c;
-    c.op = "enumerateClassNames";
-    c.ns = nameSpace;
+    Call c = call("enumerateClassNames", nameSpace, {deepInheritance});
     c.className = className;
-    c.flags[0] = deepInheritance;
     record(c, context);
     Array<CIMName> a;
     a.append(CIMName("EXM_Job"));
@@ -142,9 +155,7 @@ Array<CIMName> TestOperations::enumerateClassNames(const OperationContext& conte
 void TestOperations::createClass(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMClass& newClass)
 {
-    Call c;
-    c.op = "createClass";
-    c.ns = nameSpace;
+    Call c = call("createClass", nameSpace);
     c.className = newClass.getClassName();
     record(c, context);
 }
@@ -152,9 +163,7 @@ void TestOperations::createClass(const OperationContext& context,
 void TestOperations::modifyClass(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMClass& modifiedClass)
 {
-    Call c;
-    c.op = "modifyClass";
-    c.ns = nameSpace;
+    Call c = call("modifyClass", nameSpace);
     c.className = modifiedClass.getClassName();
     record(c, context);
 }
@@ -162,9 +171,7 @@ void TestOperations::modifyClass(const OperationContext& context,
 void TestOperations::deleteClass(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMName& className)
 {
-    Call c;
-    c.op = "deleteClass";
-    c.ns = nameSpace;
+    Call c = call("deleteClass", nameSpace);
     c.className = className;
     record(c, context);
     throw CIMException(CIM_ERR_NOT_SUPPORTED);
@@ -173,9 +180,7 @@ void TestOperations::deleteClass(const OperationContext& context,
 CIMQualifierDecl TestOperations::getQualifier(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMName& qualifierName)
 {
-    Call c;
-    c.op = "getQualifier";
-    c.ns = nameSpace;
+    Call c = call("getQualifier", nameSpace);
     c.className = qualifierName;
     record(c, context);
     return CIMQualifierDecl(qualifierName, CIMValue(false),
@@ -186,10 +191,7 @@ CIMQualifierDecl TestOperations::getQualifier(const OperationContext& context,
 Array<CIMQualifierDecl> TestOperations::enumerateQualifiers(
     const OperationContext& context, const CIMNamespaceName& nameSpace)
 {
-    Call c;
-    c.op = "enumerateQualifiers";
-    c.ns = nameSpace;
-    record(c, context);
+    record(call("enumerateQualifiers", nameSpace), context);
     Array<CIMQualifierDecl> a;
     a.append(CIMQualifierDecl(CIMName("Key"), CIMValue(false),
         CIMScope::PROPERTY + CIMScope::REFERENCE,
@@ -210,15 +212,8 @@ CIMInstance TestOperations::getInstance(const OperationContext& context,
     Boolean localOnly, Boolean includeQualifiers, Boolean includeClassOrigin,
     const CIMPropertyList& propertyList)
 {
-    Call c;
-    c.op = "getInstance";
-    c.ns = nameSpace;
-    c.path = instanceName;
-    c.flags[0] = localOnly;
-    c.flags[1] = includeQualifiers;
-    c.flags[2] = includeClassOrigin;
-    c.propertyList = propertyList;
-    record(c, context);
+    record(call("getInstance", nameSpace, instanceName,
+        {localOnly, includeQualifiers, includeClassOrigin}, propertyList), context);
     if (instanceName.getClassName().equal(CIMName("EXM_OwningJobElement")))
     {
         Array<CIMKeyBinding> svc;
@@ -244,15 +239,9 @@ Array<CIMInstance> TestOperations::enumerateInstances(const OperationContext& co
     Boolean deepInheritance, Boolean localOnly, Boolean includeQualifiers,
     Boolean includeClassOrigin, const CIMPropertyList& propertyList)
 {
-    Call c;
-    c.op = "enumerateInstances";
-    c.ns = nameSpace;
+    Call c = call("enumerateInstances", nameSpace,
+        {deepInheritance, localOnly, includeQualifiers, includeClassOrigin}, propertyList);
     c.className = className;
-    c.flags[0] = deepInheritance;
-    c.flags[1] = localOnly;
-    c.flags[2] = includeQualifiers;
-    c.flags[3] = includeClassOrigin;
-    c.propertyList = propertyList;
     record(c, context);
     Array<CIMInstance> a;
     for (Uint32 i = 0; i < instances.size(); i++)
@@ -265,9 +254,7 @@ Array<CIMObjectPath> TestOperations::enumerateInstanceNames(
     const OperationContext& context, const CIMNamespaceName& nameSpace,
     const CIMName& className)
 {
-    Call c;
-    c.op = "enumerateInstanceNames";
-    c.ns = nameSpace;
+    Call c = call("enumerateInstanceNames", nameSpace);
     c.className = className;
     record(c, context);
     Array<CIMObjectPath> a;
@@ -280,9 +267,7 @@ Array<CIMObjectPath> TestOperations::enumerateInstanceNames(
 CIMObjectPath TestOperations::createInstance(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMInstance& newInstance)
 {
-    Call c;
-    c.op = "createInstance";
-    c.ns = nameSpace;
+    Call c = call("createInstance", nameSpace);
     c.instance = newInstance;
     record(c, context);
     return jobPath(19);
@@ -292,24 +277,16 @@ void TestOperations::modifyInstance(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMInstance& modifiedInstance,
     Boolean includeQualifiers, const CIMPropertyList& propertyList)
 {
-    Call c;
-    c.op = "modifyInstance";
-    c.ns = nameSpace;
+    Call c = call("modifyInstance", nameSpace, modifiedInstance.getPath(),
+        {includeQualifiers}, propertyList);
     c.instance = modifiedInstance;
-    c.path = modifiedInstance.getPath();
-    c.flags[0] = includeQualifiers;
-    c.propertyList = propertyList;
     record(c, context);
 }
 
 void TestOperations::deleteInstance(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName)
 {
-    Call c;
-    c.op = "deleteInstance";
-    c.ns = nameSpace;
-    c.path = instanceName;
-    record(c, context);
+    record(call("deleteInstance", nameSpace, instanceName), context);
     find(instanceName);
 }
 
@@ -319,22 +296,14 @@ Array<CIMObject> TestOperations::associators(const OperationContext& context,
     const String& resultRole, Boolean includeQualifiers, Boolean includeClassOrigin,
     const CIMPropertyList& propertyList)
 {
-    Call c;
-    c.op = "associators";
-    c.ns = nameSpace;
-    c.path = objectName;
+    Call c = call("associators", nameSpace, objectName,
+        {includeQualifiers, includeClassOrigin}, propertyList);
     c.assocClass = assocClass;
     c.resultClass = resultClass;
     c.role = role;
     c.resultRole = resultRole;
-    c.flags[0] = includeQualifiers;
-    c.flags[1] = includeClassOrigin;
-    c.propertyList = propertyList;
     record(c, context);
-    Array<CIMObject> a;
-    CIMInstance i = instances[0].clone();
-    a.append(CIMObject(i));
-    return a;
+    return Array<CIMObject>(1, CIMObject(instances[0].clone()));
 }
 
 Array<CIMObjectPath> TestOperations::associatorNames(const OperationContext& context,
@@ -342,18 +311,13 @@ Array<CIMObjectPath> TestOperations::associatorNames(const OperationContext& con
     const CIMName& assocClass, const CIMName& resultClass, const String& role,
     const String& resultRole)
 {
-    Call c;
-    c.op = "associatorNames";
-    c.ns = nameSpace;
-    c.path = objectName;
+    Call c = call("associatorNames", nameSpace, objectName);
     c.assocClass = assocClass;
     c.resultClass = resultClass;
     c.role = role;
     c.resultRole = resultRole;
     record(c, context);
-    Array<CIMObjectPath> a;
-    a.append(jobPath(17));
-    return a;
+    return Array<CIMObjectPath>(1, jobPath(17));
 }
 
 Array<CIMObject> TestOperations::references(const OperationContext& context,
@@ -361,15 +325,10 @@ Array<CIMObject> TestOperations::references(const OperationContext& context,
     const CIMName& resultClass, const String& role, Boolean includeQualifiers,
     Boolean includeClassOrigin, const CIMPropertyList& propertyList)
 {
-    Call c;
-    c.op = "references";
-    c.ns = nameSpace;
-    c.path = objectName;
+    Call c = call("references", nameSpace, objectName,
+        {includeQualifiers, includeClassOrigin}, propertyList);
     c.resultClass = resultClass;
     c.role = role;
-    c.flags[0] = includeQualifiers;
-    c.flags[1] = includeClassOrigin;
-    c.propertyList = propertyList;
     record(c, context);
     return Array<CIMObject>();
 }
@@ -378,10 +337,7 @@ Array<CIMObjectPath> TestOperations::referenceNames(const OperationContext& cont
     const CIMNamespaceName& nameSpace, const CIMObjectPath& objectName,
     const CIMName& resultClass, const String& role)
 {
-    Call c;
-    c.op = "referenceNames";
-    c.ns = nameSpace;
-    c.path = objectName;
+    Call c = call("referenceNames", nameSpace, objectName);
     c.resultClass = resultClass;
     c.role = role;
     record(c, context);
@@ -392,10 +348,7 @@ CIMValue TestOperations::getProperty(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName,
     const CIMName& propertyName)
 {
-    Call c;
-    c.op = "getProperty";
-    c.ns = nameSpace;
-    c.path = instanceName;
+    Call c = call("getProperty", nameSpace, instanceName);
     c.className = propertyName;
     record(c, context);
     CIMInstance i = find(instanceName);
@@ -409,10 +362,7 @@ void TestOperations::setProperty(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName,
     const CIMName& propertyName, const CIMValue& newValue)
 {
-    Call c;
-    c.op = "setProperty";
-    c.ns = nameSpace;
-    c.path = instanceName;
+    Call c = call("setProperty", nameSpace, instanceName);
     c.className = propertyName;
     c.value = newValue;
     record(c, context);
@@ -423,10 +373,7 @@ CIMValue TestOperations::invokeMethod(const OperationContext& context,
     const CIMName& methodName, const Array<CIMParamValue>& inParameters,
     Array<CIMParamValue>& outParameters)
 {
-    Call c;
-    c.op = "invokeMethod";
-    c.ns = nameSpace;
-    c.path = instanceName;
+    Call c = call("invokeMethod", nameSpace, instanceName);
     c.className = methodName;
     c.in = inParameters;
     record(c, context);
