@@ -105,10 +105,7 @@ TEST_F(RouterTest, ProviderGetsServerHostRequestNamespaceAndIdentity)
     EXPECT_TRUE(contains(calls,
         "getInstance //testhost/root/test:Test_Item.Id=\"a\" user=alice ip=192.0.2.7 props=Label"))
         << (calls.empty() ? "" : calls.back());
-}
-
-TEST_F(RouterTest, ProviderPathKeepsClassNameAsTheClientSpelledIt)
-{
+    // The class name stays as the client spelled it.
     get(item("TEST_item", "a"));
     EXPECT_TRUE(contains(takeCalls(),
         "getInstance //testhost/root/test:TEST_item.Id=\"a\" user=alice ip=10.1.2.3 props=NULL"));
@@ -128,7 +125,7 @@ TEST_F(RouterTest, ProviderIsCreatedAndInitializedOnceBeforeFirstOperation)
 TEST_F(RouterTest, EnumerationCoversSubclassesEachWithItsOwnPath)
 {
     Array<CIMInstance> all = enumerate("Test_Item");
-    EXPECT_EQ((std::vector<std::string>{"I1", "I2", "S1", "S2"}), ids(all));
+    ASSERT_EQ((std::vector<std::string>{"I1", "I2", "S1", "S2"}), ids(all));
     std::vector<std::string> calls = takeCalls();
     EXPECT_TRUE(contains(calls, "enumerateInstances //testhost/root/test:Test_Item"));
     EXPECT_TRUE(contains(calls, "enumerateInstances //testhost/root/test:Test_SubItem"));
@@ -136,15 +133,11 @@ TEST_F(RouterTest, EnumerationCoversSubclassesEachWithItsOwnPath)
     Array<CIMObjectPath> names =
         ops->enumerateInstanceNames(contextFor("alice"), NS, CIMName("Test_Item"));
     EXPECT_EQ(4u, names.size());
-}
-
-TEST_F(RouterTest, ShallowEnumerationDropsPropertiesOfSubclasses)
-{
-    Array<CIMInstance> all = enumerate("Test_Item", "alice", false);
-    ASSERT_EQ(4u, all.size());
-    EXPECT_EQ(PEG_NOT_FOUND, all[2].findProperty(CIMName("Extra")));
-    Array<CIMInstance> deep = enumerate("Test_Item");
-    EXPECT_NE(PEG_NOT_FOUND, deep[2].findProperty(CIMName("Extra")));
+    EXPECT_NE(PEG_NOT_FOUND, all[2].findProperty(CIMName("Extra")));
+    // A shallow enumeration drops the subclasses' own properties.
+    Array<CIMInstance> shallow = enumerate("Test_Item", "alice", false);
+    ASSERT_EQ(4u, shallow.size());
+    EXPECT_EQ(PEG_NOT_FOUND, shallow[2].findProperty(CIMName("Extra")));
 }
 
 TEST_F(RouterTest, ClassWithoutProviderAnswersFromStoredInstances)
@@ -173,18 +166,36 @@ TEST_F(RouterTest, UnknownNamespaceAndClass)
     EXPECT_CIM_ERROR(enumerate("Test_Nothing"), CIM_ERR_INVALID_CLASS, "Test_Nothing");
 }
 
-// ---- response handlers
+// ---- response handlers and exceptions
 
-TEST_F(RouterTest, SecondDeliveryForGetInstanceIsTooMany)
+// What the test provider's getInstance does for a key, and the error the
+// caller must see.
+TEST_F(RouterTest, HandlerChecksAndProviderExceptionsBecomeCimErrors)
 {
-    EXPECT_CIM_ERROR(get(item("Test_Item", "twice")), CIM_ERR_FAILED,
-        "Too many objects delivered.");
-}
-
-TEST_F(RouterTest, CompleteWithoutDeliveryIsTooFew)
-{
-    EXPECT_CIM_ERROR(get(item("Test_Item", "none")), CIM_ERR_FAILED,
-        "Too few objects delivered.");
+    const struct
+    {
+        const char* id;
+        CIMStatusCode code;
+        const char* message;
+    } cases[] = {
+        {"twice", CIM_ERR_FAILED, "Too many objects delivered."},
+        {"none", CIM_ERR_FAILED, "Too few objects delivered."},
+        {"nocomplete", CIM_ERR_FAILED, "Too few objects delivered."},
+        {"uninit", CIM_ERR_FAILED, "The object is not initialized."},
+        {"cimerror", CIM_ERR_NOT_FOUND, "Item cimerror not found"},
+        {"traceable", CIM_ERR_ACCESS_DENIED, "Insufficient privilege for the user"},
+        {"stdexc", CIM_ERR_FAILED, "std failure"},
+        {"pegexc", CIM_ERR_FAILED, "plain failure"},
+        {"other", CIM_ERR_FAILED, "Unknown error."},
+        {"late", CIM_ERR_FAILED, "failed after complete"},   // thrown after complete()
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.id);
+        EXPECT_CIM_ERROR(get(item("Test_Item", c.id)), c.code, c.message);
+    }
+    EXPECT_CIM_ERROR(enumerate("Test_Item", "throwafter"), CIM_ERR_NOT_SUPPORTED,
+        "after complete");
 }
 
 TEST_F(RouterTest, CreateInstanceDeliveringTwoPathsIsTooMany)
@@ -200,50 +211,16 @@ TEST_F(RouterTest, CreateInstanceDeliveringTwoPathsIsTooMany)
         "Too many objects delivered.");
 }
 
-TEST_F(RouterTest, UninitializedInstanceIsRefused)
+TEST_F(RouterTest, EnumerationKeepsOnlyWhatCompleteOrFullChunksRelease)
 {
-    EXPECT_CIM_ERROR(get(item("Test_Item", "uninit")), CIM_ERR_FAILED,
-        "The object is not initialized.");
-}
-
-TEST_F(RouterTest, WithoutCompleteNothingReachesTheAnswer)
-{
-    EXPECT_CIM_ERROR(get(item("Test_Item", "nocomplete")), CIM_ERR_FAILED,
-        "Too few objects delivered.");
     // Both classes' providers skip complete(): nothing at all.
     EXPECT_EQ(0u, enumerate("Test_Item", "nocomplete").size());
-}
-
-TEST_F(RouterTest, DeliveriesAfterCompleteAreLost)
-{
+    // Deliveries after complete() are lost.
     EXPECT_EQ((std::vector<std::string>{"I1", "S1"}), ids(enumerate("Test_Item", "late")));
-}
-
-TEST_F(RouterTest, FullChunksOfAHundredSurviveAMissingComplete)
-{
+    // 250 objects without complete(): the two full chunks of a hundred.
     EXPECT_EQ(200u, enumerate("Test_Chunk").size());
     EXPECT_EQ(250u,
         ops->enumerateInstanceNames(contextFor("a"), NS, CIMName("Test_Chunk")).size());
-}
-
-// ---- exceptions
-
-TEST_F(RouterTest, ProviderExceptionsBecomeCimErrors)
-{
-    EXPECT_CIM_ERROR(get(item("Test_Item", "cimerror")), CIM_ERR_NOT_FOUND,
-        "Item cimerror not found");
-    EXPECT_CIM_ERROR(get(item("Test_Item", "traceable")), CIM_ERR_ACCESS_DENIED,
-        "Insufficient privilege for the user");
-    EXPECT_CIM_ERROR(get(item("Test_Item", "stdexc")), CIM_ERR_FAILED, "std failure");
-    EXPECT_CIM_ERROR(get(item("Test_Item", "pegexc")), CIM_ERR_FAILED, "plain failure");
-    EXPECT_CIM_ERROR(get(item("Test_Item", "other")), CIM_ERR_FAILED, "Unknown error.");
-}
-
-TEST_F(RouterTest, ExceptionAfterDeliveryFailsTheRequest)
-{
-    EXPECT_CIM_ERROR(get(item("Test_Item", "late")), CIM_ERR_FAILED, "failed after complete");
-    EXPECT_CIM_ERROR(enumerate("Test_Item", "throwafter"), CIM_ERR_NOT_SUPPORTED,
-        "after complete");
 }
 
 // ---- association requests
@@ -346,7 +323,7 @@ TEST_F(RouterTest, UntypedInputParametersAreRetypedToTheDeclaredTypes)
         got);
 }
 
-TEST_F(RouterTest, BadParameterValuesAreRefused)
+TEST_F(RouterTest, BadParametersUnknownMethodsAndNullReturnsAreRefused)
 {
     Array<CIMParamValue> out;
     Array<CIMParamValue> big;
@@ -356,6 +333,10 @@ TEST_F(RouterTest, BadParameterValuesAreRefused)
     Array<CIMParamValue> scalar;
     scalar.append(CIMParamValue("F", CIMValue(String("1")), false));
     EXPECT_CIM_ERROR(invoke("Types", scalar, out), CIM_ERR_TYPE_MISMATCH, "F");
+    EXPECT_CIM_ERROR(invoke("Bogus", Array<CIMParamValue>(), out), CIM_ERR_METHOD_NOT_FOUND,
+        "Bogus");
+    EXPECT_CIM_ERROR(invoke("NullReturn", Array<CIMParamValue>(), out), CIM_ERR_FAILED,
+        "The object is not initialized.");
 }
 
 TEST_F(RouterTest, SetPropertyRetypesTheNewValueAndModifiesThatPropertyOnly)
@@ -394,66 +375,31 @@ TEST_F(RouterTest, LastReturnValueWinsAndOutputParametersAccumulate)
     EXPECT_EQ("Second", str(out[1].getParameterName()));
 }
 
-TEST_F(RouterTest, NullReturnValueIsRefused)
-{
-    Array<CIMParamValue> out;
-    EXPECT_CIM_ERROR(invoke("NullReturn", Array<CIMParamValue>(), out), CIM_ERR_FAILED,
-        "The object is not initialized.");
-}
-
-TEST_F(RouterTest, UnknownMethodAndClassWithoutMethodProvider)
-{
-    Array<CIMParamValue> out;
-    EXPECT_CIM_ERROR(invoke("Bogus", Array<CIMParamValue>(), out), CIM_ERR_METHOD_NOT_FOUND,
-        "Bogus");
-}
-
 // ---- up-calls
 
-TEST_F(RouterTest, UpCallReentersTheSameProvider)
+TEST_F(RouterTest, UpCallsReenterWithTheCallersIdentityAndKeepErrors)
 {
-    Array<CIMParamValue> in;
-    in.append(CIMParamValue("What", CIMValue(String("self"))));
-    Array<CIMParamValue> out;
+    // Upcall(What) returns a count and the "Seen" output parameter.
+    auto upcall = [&](const char* what, const char* user, Uint32* count = nullptr) {
+        Array<CIMParamValue> in;
+        in.append(CIMParamValue("What", CIMValue(String(what))));
+        Array<CIMParamValue> out;
+        CIMValue ret = invoke("Upcall", in, out, user);
+        if (count)
+            ret.get(*count);
+        String seen;
+        if (out.size())
+            out[0].getValue().get(seen);
+        return str(seen);
+    };
     Uint32 count = 0;
-    invoke("Upcall", in, out).get(count);
+    upcall("self", "alice", &count);   // re-enters the same provider
     EXPECT_EQ(4u, count);
-}
-
-TEST_F(RouterTest, UpCallRunsWithTheCallersIdentityOrNone)
-{
-    Array<CIMParamValue> in;
-    in.append(CIMParamValue("What", CIMValue(String("identity"))));
-    Array<CIMParamValue> out;
-    invoke("Upcall", in, out, "bob");
-    String seen;
-    out[0].getValue().get(seen);
-    EXPECT_EQ("bob", str(seen));
-
-    Array<CIMParamValue> anon;
-    anon.append(CIMParamValue("What", CIMValue(String("anonymous"))));
-    invoke("Upcall", anon, out, "bob");
-    out[0].getValue().get(seen);
-    EXPECT_EQ("", str(seen));
-}
-
-TEST_F(RouterTest, UpCallErrorKeepsCodeAndRawMessage)
-{
-    Array<CIMParamValue> in;
-    in.append(CIMParamValue("What", CIMValue(String("error"))));
-    Array<CIMParamValue> out;
-    EXPECT_CIM_ERROR(invoke("Upcall", in, out), CIM_ERR_NOT_FOUND, "Item cimerror not found");
-}
-
-TEST_F(RouterTest, UpCallInvokeMethodReplacesOutputParameters)
-{
-    Array<CIMParamValue> in;
-    in.append(CIMParamValue("What", CIMValue(String("method"))));
-    Array<CIMParamValue> out;
-    invoke("Upcall", in, out, "carol");
-    String seen;
-    out[0].getValue().get(seen);
-    EXPECT_EQ("Seen=carol;", str(seen));
+    EXPECT_EQ("bob", upcall("identity", "bob"));
+    EXPECT_EQ("", upcall("anonymous", "bob"));
+    // invokeMethod replaces the caller's output parameters.
+    EXPECT_EQ("Seen=carol;", upcall("method", "carol"));
+    EXPECT_CIM_ERROR(upcall("error", "alice"), CIM_ERR_NOT_FOUND, "Item cimerror not found");
 }
 
 TEST_F(RouterTest, UpCallFromInitializeReachesAnotherProvider)

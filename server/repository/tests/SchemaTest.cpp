@@ -72,48 +72,18 @@ Repository* SchemaTest::repo = nullptr;
 
 using Names = std::vector<std::string>;
 
-TEST_F(SchemaTest, WholeTreeCompilesIntoTheServerNamespaces)
+// The shapes the job module and the registration depend on.
+TEST_F(SchemaTest, WholeTreeCompilesWithTheShapesProvidersUse)
 {
     EXPECT_TRUE(repo->namespaceExists(VELK));
     EXPECT_TRUE(repo->namespaceExists(INTERNAL));
-    EXPECT_TRUE(repo->namespaceExists(INTEROP));
-    const char* classes[] = {"CIM_ManagedElement", "CIM_ManagedSystemElement", "CIM_LogicalElement",
-        "CIM_EnabledLogicalElement", "CIM_System", "CIM_ComputerSystem", "CIM_Service",
-        "CIM_StorageConfigurationService", "CIM_ReplicationService", "CIM_LogicalDevice",
-        "CIM_StorageExtent", "CIM_StorageVolume", "CIM_Dependency", "CIM_Synchronized",
-        "CIM_StorageSynchronized", "CIM_Job", "CIM_ConcreteJob", "CIM_OwningJobElement",
-        "CIM_MethodResult", "CIM_AssociatedJobMethodResult", "CIM_Error", "CIM_Indication",
-        "CIM_InstIndication", "CIM_InstMethodCall"};
-    for (const char* c : classes)
-        EXPECT_TRUE(repo->classExists(VELK, CIMName(c))) << c;
-    EXPECT_TRUE(repo->classExists(INTEROP, CIMName("PG_ProviderCapabilities")));
     EXPECT_TRUE(repo->isSubclassOf(VELK, CIMName("CIM_StorageVolume"), CIMName("CIM_ManagedElement")));
-}
-
-TEST_F(SchemaTest, KeysAndInheritedShapes)
-{
     EXPECT_EQ(keys(VELK, "CIM_ConcreteJob"), Names{"InstanceID"});
-    EXPECT_EQ(keys(VELK, "CIM_ComputerSystem"), (Names{"CreationClassName", "Name"}));
-    EXPECT_EQ(keys(VELK, "CIM_StorageVolume"),
-        (Names{"SystemCreationClassName", "SystemName", "CreationClassName", "DeviceID"}));
-    EXPECT_EQ(keys(VELK, "CIM_ReplicationService"),
-        (Names{"SystemCreationClassName", "SystemName", "CreationClassName", "Name"}));
-    EXPECT_EQ(keys(VELK, "CIM_StorageSynchronized"), (Names{"SystemElement", "SyncedElement"}));
     EXPECT_EQ(keys(VELK, "CIM_OwningJobElement"), (Names{"OwningElement", "OwnedElement"}));
     EXPECT_EQ(keys(VELK, "CIM_AssociatedJobMethodResult"), (Names{"Job", "JobParameters"}));
     EXPECT_TRUE(repo->getFullClass(VELK, CIMName("CIM_OwningJobElement")).isAssociation());
 
     CIMClass job = repo->getFullClass(VELK, CIMName("CIM_ConcreteJob"));
-    CIMProperty id = job.getProperty(job.findProperty(CIMName("InstanceID")));
-    EXPECT_EQ(str(id.getClassOrigin().getString()), "CIM_ConcreteJob");
-    CIMProperty state = job.getProperty(job.findProperty(CIMName("OperationalStatus")));
-    EXPECT_EQ(str(state.getClassOrigin().getString()), "CIM_ManagedSystemElement");
-    EXPECT_TRUE(state.getPropagated());
-    EXPECT_NE(state.findQualifier(CIMName("ValueMap")), PEG_NOT_FOUND);
-
-    CIMMethod change = job.getMethod(job.findMethod(CIMName("RequestStateChange")));
-    EXPECT_EQ(change.getType(), CIMTYPE_UINT32);
-    EXPECT_EQ(change.getParameter(0).getType(), CIMTYPE_UINT16);
     CIMMethod getError = job.getMethod(job.findMethod(CIMName("GetError")));
     CIMParameter error = getError.getParameter(getError.findParameter(CIMName("Error")));
     EXPECT_EQ(error.getType(), CIMTYPE_INSTANCE);
@@ -130,8 +100,6 @@ TEST_F(SchemaTest, KeysAndInheritedShapes)
 
 TEST_F(SchemaTest, RegistrationInstancesNameLoadableModules)
 {
-    if (registrationFiles().empty())
-        GTEST_SKIP() << "no registration MOF in the tree yet";
     Array<CIMInstance> modules = repo->enumerateInstances(INTEROP, CIMName("PG_ProviderModule"));
     Array<CIMInstance> caps = repo->enumerateInstances(INTEROP, CIMName("PG_ProviderCapabilities"));
     EXPECT_GT(modules.size(), 0u);

@@ -65,6 +65,13 @@ CIMObjectPath itemPath(const String& host, const CIMNamespaceName& ns, const cha
     return CIMObjectPath(host, ns, CIMName(cls), keys);
 }
 
+CIMObjectPath chunkPath(const CIMObjectPath& ref, Uint32 n)
+{
+    Array<CIMKeyBinding> keys;
+    keys.append(CIMKeyBinding(CIMName("N"), CIMValue(n)));
+    return CIMObjectPath(ref.getHost(), ref.getNameSpace(), CIMName("Test_Chunk"), keys);
+}
+
 CIMInstance item(const CIMObjectPath& ref, const char* cls, const String& id,
     const String& label)
 {
@@ -147,10 +154,7 @@ public:
             {
                 CIMInstance inst(CIMName("Test_Chunk"));
                 inst.addProperty(CIMProperty(CIMName("N"), n));
-                Array<CIMKeyBinding> keys;
-                keys.append(CIMKeyBinding(CIMName("N"), CIMValue(n)));
-                inst.setPath(CIMObjectPath(ref.getHost(), ref.getNameSpace(),
-                    CIMName("Test_Chunk"), keys));
+                inst.setPath(chunkPath(ref, n));
                 handler.deliver(inst);
             }
             return;
@@ -184,12 +188,7 @@ public:
         if (ref.getClassName().equal(CIMName("Test_Chunk")))
         {
             for (Uint32 n = 0; n < 250; n++)
-            {
-                Array<CIMKeyBinding> keys;
-                keys.append(CIMKeyBinding(CIMName("N"), CIMValue(n)));
-                handler.deliver(CIMObjectPath(ref.getHost(), ref.getNameSpace(),
-                    CIMName("Test_Chunk"), keys));
-            }
+                handler.deliver(chunkPath(ref, n));
             handler.complete();
             return;
         }
@@ -278,11 +277,6 @@ public:
             {
                 count = _cimom.enumerateInstanceNames(context, ref.getNameSpace(),
                     CIMName("Test_Item")).size();
-            }
-            else if (what == "getclass")
-            {
-                count = _cimom.getClass(context, ref.getNameSpace(), CIMName("Test_Item"),
-                    false, true, false, CIMPropertyList()).getPropertyCount();
             }
             else if (what == "error")
             {
