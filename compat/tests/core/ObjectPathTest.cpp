@@ -231,10 +231,8 @@ TEST(CIMObjectPath, IdenticalIgnoresCaseAndKeyOrder)
 
     EXPECT_FALSE(a == CIMObjectPath("//other/root/x:CIM_Job.Name=\"n\",Id=16,Flag=true"));
     EXPECT_TRUE(a != CIMObjectPath("//host/root/x:CIM_Job.Name=\"N\",Id=16,Flag=true"));
-}
 
-TEST(CIMObjectPath, HostOrNamespaceMakesPathsDifferent)
-{
+    // A host or a namespace makes paths different.
     CIMObjectPath local("CIM_Job.Id=1");
     CIMObjectPath withNs("root:CIM_Job.Id=1");
     CIMObjectPath withHost("//h/root:CIM_Job.Id=1");

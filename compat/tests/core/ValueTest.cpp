@@ -36,19 +36,18 @@ TEST(CIMValue, ImplicitConversionPitfalls)
     EXPECT_EQ(asSint8[1], Sint8('b'));
 }
 
-TEST(CIMValue, TypeCheckComesBeforeNullCheck)
+TEST(CIMValue, TypedReadsAreStrict)
 {
+    // The type check comes before the null check; a null read leaves the
+    // target alone.
     CIMValue v;
     String s("untouched");
     EXPECT_THROW(v.get(s), TypeMismatchException);
-
     CIMValue nullString(CIMTYPE_STRING, false);
     nullString.get(s);
     EXPECT_EQ(s, "untouched");
-}
 
-TEST(CIMValue, ScalarAndArrayNeverMix)
-{
+    // Scalar and array never mix.
     CIMValue scalar(Uint32(3));
     Array<Uint32> arr;
     EXPECT_THROW(scalar.get(arr), TypeMismatchException);

@@ -153,9 +153,6 @@ TEST(PropertyList, AppendReplacesWithDeduplicatedNames)
 
     list.append(none);
     EXPECT_EQ(2u, list.size());
-
-    list.appendCIMNameTag(7);
-    EXPECT_EQ(7u, list.getCIMNameTag(0));
 }
 
 namespace

@@ -153,36 +153,28 @@ Array<CIMName> TestOperations::enumerateClassNames(const OperationContext& conte
 }
 
 void TestOperations::createClass(const OperationContext& context,
-    const CIMNamespaceName& nameSpace, const CIMClass& newClass)
+    const CIMNamespaceName& nameSpace, const CIMClass&)
 {
-    Call c = call("createClass", nameSpace);
-    c.className = newClass.getClassName();
-    record(c, context);
+    record(call("createClass", nameSpace), context);
 }
 
 void TestOperations::modifyClass(const OperationContext& context,
-    const CIMNamespaceName& nameSpace, const CIMClass& modifiedClass)
+    const CIMNamespaceName& nameSpace, const CIMClass&)
 {
-    Call c = call("modifyClass", nameSpace);
-    c.className = modifiedClass.getClassName();
-    record(c, context);
+    record(call("modifyClass", nameSpace), context);
 }
 
 void TestOperations::deleteClass(const OperationContext& context,
-    const CIMNamespaceName& nameSpace, const CIMName& className)
+    const CIMNamespaceName& nameSpace, const CIMName&)
 {
-    Call c = call("deleteClass", nameSpace);
-    c.className = className;
-    record(c, context);
+    record(call("deleteClass", nameSpace), context);
     throw CIMException(CIM_ERR_NOT_SUPPORTED);
 }
 
 CIMQualifierDecl TestOperations::getQualifier(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMName& qualifierName)
 {
-    Call c = call("getQualifier", nameSpace);
-    c.className = qualifierName;
-    record(c, context);
+    record(call("getQualifier", nameSpace), context);
     return CIMQualifierDecl(qualifierName, CIMValue(false),
         CIMScope::PROPERTY + CIMScope::REFERENCE,
         CIMFlavor::TOSUBCLASS + CIMFlavor::DISABLEOVERRIDE);
