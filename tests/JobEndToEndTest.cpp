@@ -1,26 +1,16 @@
 // End to end: cimhost serving the job module over a copy of the demo array,
 // asked with the sblim wbemcli client over HTTP.
+#include "support/DemoServer.h"
+
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <signal.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <chrono>
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
 #include <map>
+#include <memory>
 #include <regex>
 #include <set>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -28,93 +18,11 @@
 namespace
 {
 
+using e2e::readFile;
+using e2e::Result;
+
 const char kUser[] = "operator";
 const char kPassword[] = "op-secret-7";
-
-struct Result
-{
-    int status = -1;
-    std::string out;
-};
-
-// Runs a program (no shell) and returns its exit status and its standard
-// output and error together.
-Result run(const std::vector<std::string>& argv, const std::string& input = "")
-{
-    int outPipe[2];
-    int inPipe[2];
-    if (pipe(outPipe) != 0 || pipe(inPipe) != 0)
-        return Result();
-    pid_t pid = fork();
-    if (pid == 0)
-    {
-        dup2(inPipe[0], 0);
-        dup2(outPipe[1], 1);
-        dup2(outPipe[1], 2);
-        close(inPipe[0]);
-        close(inPipe[1]);
-        close(outPipe[0]);
-        close(outPipe[1]);
-        std::vector<char*> args;
-        for (const auto& a : argv)
-            args.push_back(const_cast<char*>(a.c_str()));
-        args.push_back(nullptr);
-        execvp(args[0], args.data());
-        _exit(127);
-    }
-    close(inPipe[0]);
-    close(outPipe[1]);
-    if (!input.empty() && write(inPipe[1], input.data(), input.size()) < 0)
-        perror("write");
-    close(inPipe[1]);
-    Result r;
-    char buf[4096];
-    ssize_t n;
-    while ((n = read(outPipe[0], buf, sizeof(buf))) > 0)
-        r.out.append(buf, (size_t)n);
-    close(outPipe[0]);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return r;
-}
-
-int freePort()
-{
-    int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr;
-    memset(&addr, 0, sizeof(addr));
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = 0;
-    bind(fd, (sockaddr*)&addr, sizeof(addr));
-    socklen_t len = sizeof(addr);
-    getsockname(fd, (sockaddr*)&addr, &len);
-    int port = ntohs(addr.sin_port);
-    close(fd);
-    return port;
-}
-
-bool accepting(int port)
-{
-    int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr;
-    memset(&addr, 0, sizeof(addr));
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = htons((uint16_t)port);
-    bool ok = connect(fd, (sockaddr*)&addr, sizeof(addr)) == 0;
-    close(fd);
-    return ok;
-}
-
-std::string readFile(const std::string& path)
-{
-    std::ifstream in(path);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
 
 // The task ids of the demo array that are jobs, in task order.
 std::vector<int> demoJobIds(const std::string& stateFile)
@@ -184,82 +92,19 @@ class JobEndToEnd : public ::testing::Test
 protected:
     void SetUp() override
     {
-        char pattern[] = "/tmp/velkjobe2e.XXXXXX";
-        ASSERT_TRUE(mkdtemp(pattern) != nullptr);
-        dir = pattern;
-        state = dir + "/array.json";
-        std::ofstream(state) << readFile(std::string(VELK_SOURCE_DIR) +
-            "/demo/array.json");
-        events = state + ".events";
-        passwd = dir + "/cimhost.passwd";
-        Result add = run({cimhost(), "passwd", "add", kUser,
-            "--password-file", passwd}, std::string(kPassword) + "\n");
-        ASSERT_EQ(0, add.status) << add.out;
-        port = freePort();
-        start();
-    }
-
-    void TearDown() override
-    {
-        stop();
-        run({"rm", "-rf", dir});
-    }
-
-    static std::string cimhost()
-    {
-        return std::string(VELK_BIN_DIR) + "/cimhost";
-    }
-
-    void start()
-    {
-        std::vector<std::string> argv = {cimhost(),
-            "--schema", std::string(VELK_SOURCE_DIR) + "/schema/root.mof",
-            "--registration", std::string(VELK_SOURCE_DIR) +
-                "/schema/registration",
-            "--module-dir", VELK_LIB_DIR,
-            "--password-file", passwd,
-            "--socket", dir + "/cimhost.socket",
-            "--http-address", "127.0.0.1",
-            "--http-port", std::to_string(port),
-            "--log-file", dir + "/cimhost.log",
-            "--workers", "2"};
-        pid = fork();
-        if (pid == 0)
-        {
-            setenv("VELK_STATE_FILE", state.c_str(), 1);
-            setenv("VELK_EVENT_LOG", events.c_str(), 1);
-            setenv("VELK_LOG_FILE", (state + ".log").c_str(), 1);
-            setenv("CIMHOST_SOCKET", (dir + "/cimhost.socket").c_str(), 1);
-            int devnull = open("/dev/null", O_RDWR);
-            dup2(devnull, 0);
-            dup2(devnull, 1);
-            std::vector<char*> args;
-            for (auto& a : argv)
-                args.push_back(const_cast<char*>(a.c_str()));
-            args.push_back(nullptr);
-            execv(args[0], args.data());
-            _exit(127);
-        }
-        for (int i = 0; i < 300 && !accepting(port); i++)
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        ASSERT_TRUE(accepting(port)) << readFile(dir + "/cimhost.log");
-    }
-
-    void stop()
-    {
-        if (pid > 0)
-        {
-            kill(pid, SIGTERM);
-            int status = 0;
-            waitpid(pid, &status, 0);
-        }
-        pid = -1;
+        e2e::DemoServer::Options options;
+        options.user = kUser;
+        options.password = kPassword;
+        options.extraArgs = {"--workers", "2"};
+        server = std::make_unique<e2e::DemoServer>(options);
+        server->start();
+        state = server->stateFile();
+        events = server->eventLog();
     }
 
     std::string url(const std::string& object = "VELK_ConcreteJob")
     {
-        return "http://" + std::string(kUser) + ":" + kPassword +
-            "@127.0.0.1:" + std::to_string(port) + "/root/velk:" + object;
+        return server->velkUrl(object);
     }
 
     std::string jobUrl(int taskId)
@@ -272,15 +117,15 @@ protected:
     {
         std::vector<std::string> argv = {"wbemcli"};
         argv.insert(argv.end(), args.begin(), args.end());
-        return run(argv);
+        return e2e::run(argv);
     }
 
-    std::string dir;
+    void stop() { server->stop(); }
+    void start() { server->start(); }
+
+    std::unique_ptr<e2e::DemoServer> server;
     std::string state;
     std::string events;
-    std::string passwd;
-    int port = 0;
-    pid_t pid = -1;
 };
 
 } // namespace
