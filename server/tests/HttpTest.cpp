@@ -239,16 +239,6 @@ TEST_F(HttpTest, MalformedXmlIsRefusedAndTheServerKeepsServing)
     EXPECT_EQ(4u, count) << good->body;
 }
 
-TEST_F(HttpTest, UnknownIntrinsicMethodIsACimError)
-{
-    std::string body = ENUM_NAMES;
-    body.replace(body.find("EnumerateInstanceNames"), 22, "Frobnicate");
-    auto res = post(body, cimHeaders("Frobnicate", "root%2Ftest"), basic("alice", "secret").c_str());
-    ASSERT_TRUE(res);
-    EXPECT_EQ(200, res->status);
-    EXPECT_NE(std::string::npos, res->body.find("CODE=\"7\"")) << res->body;
-}
-
 TEST_F(HttpTest, OversizedBodyAndOtherMethodsAreHttpErrors)
 {
     std::string big(8192, ' ');

@@ -163,18 +163,11 @@ public:
             ? "Test_SubItem" : "Test_Item";
         String prefix = String(cls).subString(5, 1);  // "I" or "S"
         handler.deliver(item(ref, cls, prefix + "1", mode));
-        if (mode == "nocomplete")
-        {
-            handler.deliver(item(ref, cls, prefix + "2", mode));
-            return;
-        }
         if (mode == "late")
-        {
             handler.complete();
-            handler.deliver(item(ref, cls, prefix + "2", mode));
-            return;
-        }
         handler.deliver(item(ref, cls, prefix + "2", mode));
+        if (mode == "nocomplete" || mode == "late")
+            return;
         handler.complete();
         if (mode == "throwafter")
             throw CIMNotSupportedException("after complete");

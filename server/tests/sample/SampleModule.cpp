@@ -105,6 +105,17 @@ CIMInstance build(const std::pair<String, String>& gadget, const CIMObjectPath& 
     return inst;
 }
 
+// Every object of one of the store's lists, as instances.
+template <class List>
+Array<CIMInstance> buildAll(const List& list, const CIMObjectPath& ref)
+{
+    Array<CIMInstance> result;
+    std::lock_guard<std::mutex> lock(Store::instance().mutex);
+    for (const auto& object : list)
+        result.append(build(object, ref));
+    return result;
+}
+
 // Instance operations the sample does not offer.
 class ReadOnlyProvider : public CIMInstanceProvider
 {
@@ -156,12 +167,7 @@ public:
 
     Array<CIMInstance> all(const CIMObjectPath& ref) override
     {
-        Array<CIMInstance> result;
-        Store& store = Store::instance();
-        std::lock_guard<std::mutex> lock(store.mutex);
-        for (const Widget& w : store.widgets)
-            result.append(build(w, ref));
-        return result;
+        return buildAll(Store::instance().widgets, ref);
     }
 
     void getInstance(const OperationContext&, const CIMObjectPath& ref, const Boolean,
@@ -276,12 +282,7 @@ public:
 
     Array<CIMInstance> all(const CIMObjectPath& ref) override
     {
-        Array<CIMInstance> result;
-        Store& store = Store::instance();
-        std::lock_guard<std::mutex> lock(store.mutex);
-        for (const auto& g : store.gadgets)
-            result.append(build(g, ref));
-        return result;
+        return buildAll(Store::instance().gadgets, ref);
     }
 
     void getInstance(const OperationContext&, const CIMObjectPath& ref, const Boolean,
