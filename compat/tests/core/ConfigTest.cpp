@@ -70,9 +70,4 @@ TEST(AutoPtr, OwnsReleasesAndResets)
         p = new Counted(deaths);
     }
     EXPECT_EQ(deaths, 3);
-    {
-        AutoArrayPtr<int> a(new int[4]);
-        a[3] = 7;
-        EXPECT_EQ(a.get()[3], 7);
-    }
 }

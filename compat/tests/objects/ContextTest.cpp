@@ -42,30 +42,14 @@ TEST(OperationContextRules, GetInsertSetRemove)
     EXPECT_FALSE(context.contains(TimeoutContainer::NAME));
     context.clear();
     EXPECT_FALSE(context.contains(IdentityContainer::NAME));
-}
-
-TEST(OperationContextRules, CopiesCloneTheContainers)
-{
-    OperationContext context;
-    context.insert(IdentityContainer("alice"));
-    OperationContext copy(context);
-    OperationContext assigned;
-    assigned.insert(TimeoutContainer(1));
-    assigned = context;
-
-    context.set(IdentityContainer("bob"));
-    EXPECT_EQ(String("alice"), IdentityContainer(copy.get(IdentityContainer::NAME)).getUserName());
-    EXPECT_EQ(String("alice"), IdentityContainer(assigned.get(IdentityContainer::NAME)).getUserName());
-    EXPECT_FALSE(assigned.contains(TimeoutContainer::NAME));
 
     // A container of another type does not convert.
-    OperationContext other;
-    other.insert(TimeoutContainer(5));
+    context.insert(TimeoutContainer(5));
     EXPECT_EQ(String("dynamic cast failed"),
         messageOf<DynamicCastFailedException>([&] {
-            IdentityContainer bad(other.get(TimeoutContainer::NAME));
+            IdentityContainer bad(context.get(TimeoutContainer::NAME));
         }));
-    EXPECT_EQ(5u, TimeoutContainer(other.get(TimeoutContainer::NAME)).getTimeOut());
+    EXPECT_EQ(5u, TimeoutContainer(context.get(TimeoutContainer::NAME)).getTimeOut());
 }
 
 TEST(OperationContextRules, LanguageContainers)

@@ -86,33 +86,23 @@ CIMInstance richInstance()
     return i;
 }
 
+// The class the test operations serve, with more of every kind.
 CIMClass richClass()
 {
-    CIMClass c(CIMName("EXM_Job"), CIMName("CIM_ConcreteJob"));
-    c.addQualifier(CIMQualifier(CIMName("Description"), CIMValue(String("A job")),
-        CIMFlavor::DEFAULTS + CIMFlavor::TRANSLATABLE));
+    CIMClass c = cimxmltest::TestOperations().jobClass;
     Array<String> vm;
     vm.append(String("0"));
     vm.append(String("1"));
     c.addQualifier(CIMQualifier(CIMName("ValueMap"), CIMValue(vm),
         CIMFlavor::OVERRIDABLE + CIMFlavor::RESTRICTED, true));
-    CIMProperty id(CIMName("InstanceID"), CIMValue(CIMTYPE_STRING, false), 0, CIMName(),
-        CIMName("CIM_ManagedElement"), true);
-    id.addQualifier(CIMQualifier(CIMName("Key"), CIMValue(true),
-        CIMFlavor::TOSUBCLASS + CIMFlavor::DISABLEOVERRIDE));
-    c.addProperty(id);
     c.addProperty(CIMProperty(CIMName("Priority"), CIMValue(Uint32(5)), 0, CIMName(),
         CIMName("EXM_Job")));
     c.addProperty(CIMProperty(CIMName("Slots"), CIMValue(CIMTYPE_UINT8, true, 4), 4));
     c.addProperty(CIMProperty(CIMName("Owner"), CIMValue(CIMTYPE_REFERENCE, false), 0,
         CIMName("CIM_ManagedElement")));
-    CIMMethod m(CIMName("GetErrorRecord"), CIMTYPE_UINT32, CIMName("EXM_Job"), false);
+    CIMMethod m = c.getMethod(0);
     m.addQualifier(CIMQualifier(CIMName("Description"), CIMValue(String("Get it")),
         CIMFlavor::DEFAULTS));
-    CIMParameter index(CIMName("Index"), CIMTYPE_UINT16);
-    index.addQualifier(CIMQualifier(CIMName("In"), CIMValue(true),
-        CIMFlavor::TOSUBCLASS + CIMFlavor::DISABLEOVERRIDE));
-    m.addParameter(index);
     CIMParameter err(CIMName("Error"), CIMTYPE_STRING);
     err.addQualifier(CIMQualifier(CIMName("EmbeddedInstance"), CIMValue(String("CIM_Error")),
         CIMFlavor::DEFAULTS));
@@ -123,7 +113,6 @@ CIMClass richClass()
         CIMName("CIM_ConcreteJob")));
     m.addParameter(CIMParameter(CIMName("Jobs"), CIMTYPE_REFERENCE, true, 0,
         CIMName("CIM_ConcreteJob")));
-    c.addMethod(m);
     c.addMethod(CIMMethod(CIMName("Kill"), CIMTYPE_BOOLEAN, CIMName("CIM_Job"), true));
     return c;
 }
@@ -338,22 +327,21 @@ TEST(CimXmlRoundTrip, ClassWithQualifierFlavorsMethodsAndEveryParameterKind)
         "PROPAGATED=\"true\" TOSUBCLASS=\"false\">"));
 }
 
-TEST(CimXmlRoundTrip, QualifierDeclaration)
+TEST(CimXmlRoundTrip, QualifierDeclarations)
 {
-    CIMQualifierDecl d(CIMName("ValueMap"), CIMValue(CIMTYPE_STRING, true),
-        CIMScope::PROPERTY + CIMScope::METHOD + CIMScope::PARAMETER,
-        CIMFlavor::DEFAULTS);
-    std::string xml = encode([&](XmlWriter& w) { w.appendQualifierDecl(d); });
+    // Key (flavors set) and ValueMap (an array, default flavors).
+    Array<CIMQualifierDecl> decls = cimxmltest::TestOperations().enumerateQualifiers(
+        OperationContext(), CIMNamespaceName("root/exm"));
+    ASSERT_EQ(2u, decls.size());
+    for (Uint32 i = 0; i < decls.size(); i++)
+    {
+        std::string xml = encode([&](XmlWriter& w) { w.appendQualifierDecl(decls[i]); });
+        EXPECT_TRUE(XmlReader::decodeQualifierDecl(xml).identical(decls[i])) << xml;
+    }
     EXPECT_EQ("<QUALIFIER.DECLARATION NAME=\"ValueMap\" TYPE=\"string\" ISARRAY=\"true\">\n"
         "<SCOPE PROPERTY=\"true\" METHOD=\"true\" PARAMETER=\"true\"></SCOPE>\n"
-        "</QUALIFIER.DECLARATION>\n", xml);
-    EXPECT_TRUE(XmlReader::decodeQualifierDecl(xml).identical(d));
-
-    CIMQualifierDecl key(CIMName("Key"), CIMValue(false),
-        CIMScope::PROPERTY + CIMScope::REFERENCE,
-        CIMFlavor::TOSUBCLASS + CIMFlavor::DISABLEOVERRIDE);
-    xml = encode([&](XmlWriter& w) { w.appendQualifierDecl(key); });
-    EXPECT_TRUE(XmlReader::decodeQualifierDecl(xml).identical(key)) << xml;
+        "</QUALIFIER.DECLARATION>\n",
+        encode([&](XmlWriter& w) { w.appendQualifierDecl(decls[1]); }));
 }
 
 TEST(CimXmlRoundTrip, EveryPathElement)
