@@ -130,28 +130,6 @@ TEST(VelkCommonProperties, TypedGetterStatusesLeaveOutValueAloneUnlessFound)
         TypeMismatchException);
 }
 
-TEST(VelkCommonProperties, GetterTracesShowLabelAndOutValue)
-{
-    LogCapture log;
-    CIMInstance inst = jobLikeInstance();
-    Uint16 v = 9;
-    VELK_Common::getProperty(inst, "Missing", v);
-    CIMObjectPath p;
-    VELK_Common::getProperty(inst, "Missing", p);
-    std::vector<std::string> lines = log.texts(4);
-    ASSERT_EQ(4u, lines.size());
-    EXPECT_EQ("-->VELK_Common::getProperty(uint16), propertyName = Missing\n",
-        lines[0]);
-    // The exit line shows what the caller had put there.
-    EXPECT_EQ("<--VELK_Common::getProperty(uint16), value = 9\n", lines[1]);
-    // The object path overload borrows the Array<String> texts.
-    EXPECT_EQ(
-        "-->VELK_Common::getProperty(Array<String>), propertyName = Missing\n",
-        lines[2]);
-    EXPECT_EQ("<--VELK_Common::getProperty(Array<String>), value = \n",
-        lines[3]);
-}
-
 TEST(VelkCommonProperties, GetParameterNullCountsAsAbsentAndWalkGoesOn)
 {
     Array<CIMParamValue> params;
@@ -164,47 +142,6 @@ TEST(VelkCommonProperties, GetParameterNullCountsAsAbsentAndWalkGoesOn)
     params.append(CIMParamValue(String("job"), CIMValue(Uint16(12))));
     EXPECT_EQ(4, VELK_Common::getParameter(params, "JOB", v));
     EXPECT_EQ(12, v);
-}
-
-TEST(VelkCommonProperties, GetParameterArrayOfStringExitHasNoLineEnd)
-{
-    LogCapture log;
-    Array<CIMParamValue> params;
-    Array<String> names;
-    names.append(String("a"));
-    params.append(CIMParamValue(String("Names"), CIMValue(names)));
-    Array<String> out;
-    EXPECT_EQ(0, VELK_Common::getParameter(params, "names", out));
-    ASSERT_EQ(1u, out.size());
-    std::vector<std::string> lines = log.texts(4);
-    ASSERT_EQ(2u, lines.size());
-    EXPECT_EQ("-->VELK_Common::getParameter(Array<String>), paramName = names\n",
-        lines[0]);
-    EXPECT_EQ("<--VELK_Common::getParameter(Array<String>)", lines[1]);
-}
-
-TEST(VelkCommonProperties, StringKeyOfPathLastBindingWins)
-{
-    CIMObjectPath none(String(), CIMNamespaceName("root/velk"),
-        CIMName("VELK_ConcreteJob"));
-    EXPECT_EQ("", str(VELK_Common::getStringProperty(none, "InstanceID")));
-
-    CIMObjectPath one = jobPath("", "root/velk", "VELK_ConcreteJob", "A");
-    EXPECT_EQ("A", str(VELK_Common::getStringProperty(one, "instanceid")));
-
-    Array<CIMKeyBinding> keys;
-    keys.append(CIMKeyBinding(CIMName("InstanceID"), String("first"),
-        CIMKeyBinding::STRING));
-    keys.append(CIMKeyBinding(CIMName("InstanceID"), String("second"),
-        CIMKeyBinding::STRING));
-    CIMObjectPath twice(String(), CIMNamespaceName("root/velk"),
-        CIMName("VELK_ConcreteJob"), keys);
-    if (twice.getKeyBindings().size() == 2)
-    {
-        String last = twice.getKeyBindings()[1].getValue();
-        EXPECT_EQ(str(last),
-            str(VELK_Common::getStringProperty(twice, "InstanceID")));
-    }
 }
 
 TEST(VelkCommonProperties, PropertyValueWithEmptyNameIsEmptyStringNotNull)
@@ -275,76 +212,41 @@ TEST(VelkCommonProperties, EmbeddedInstanceReplacesPropertyAtTheEnd)
 
 TEST(VelkCommonDateTime, TimeStampTextsInSeveralZones)
 {
-    // 2024-01-31 23:59:59 UTC
-    const long t = 1706745599L;
+    struct Row
     {
-        TimeZone tz("UTC0");
-        EXPECT_EQ("19700101000000.000000+000",
-            str(VELK_Common::getCIMDateTime(0).toString()));
-        EXPECT_EQ("20240131235959.000000+000",
-            str(VELK_Common::getCIMDateTime(t).toString()));
-    }
-    {
-        TimeZone tz("EST5");
-        EXPECT_EQ("20240131185959.000000-300",
-            str(VELK_Common::getCIMDateTime(t).toString()));
-    }
-    {
-        TimeZone tz("NPT-5:45");
-        EXPECT_EQ("20240201054459.000000+345",
-            str(VELK_Common::getCIMDateTime(t).toString()));
-    }
-    {
+        const char* tz;
+        long t;
+        const char* text;
+    };
+    const Row rows[] = {
+        {"UTC0", 0, "19700101000000.000000+000"},
+        {"UTC0", 1706745599L, "20240131235959.000000+000"},
+        {"EST5", 1706745599L, "20240131185959.000000-300"},
+        {"NPT-5:45", 1706745599L, "20240201054459.000000+345"},
         // Daylight saving comes from the zone rules.
-        TimeZone tz("CET-1CEST,M3.5.0,M10.5.0/3");
-        EXPECT_EQ("20240201005959.000000+060",
-            str(VELK_Common::getCIMDateTime(t).toString()));
-        // 2024-07-01 12:00:00 UTC
-        EXPECT_EQ("20240701140000.000000+120",
-            str(VELK_Common::getCIMDateTime(1719835200L).toString()));
-    }
-    {
+        {"CET-1CEST,M3.5.0,M10.5.0/3", 1706745599L,
+            "20240201005959.000000+060"},
+        {"CET-1CEST,M3.5.0,M10.5.0/3", 1719835200L,
+            "20240701140000.000000+120"},
         // West of Greenwich by less than an hour: the sign still shows.
-        TimeZone tz("XXX0:30");
-        EXPECT_EQ("19691231233000.000000-030",
-            str(VELK_Common::getCIMDateTime(0).toString()));
-    }
-}
-
-TEST(VelkCommonDateTime, TimeStampsNameTheSameInstantInEveryZone)
-{
-    const long t = 1700000000L;
-    CIMDateTime utc;
+        {"XXX0:30", 0, "19691231233000.000000-030"},
+    };
+    for (const Row& r : rows)
     {
-        TimeZone tz("UTC0");
-        utc = VELK_Common::getCIMDateTime(t);
+        TimeZone tz(r.tz);
+        EXPECT_EQ(r.text, str(VELK_Common::getCIMDateTime(r.t).toString()))
+            << r.tz;
     }
-    TimeZone tz("PST8PDT,M3.2.0,M11.1.0");
-    CIMDateTime local = VELK_Common::getCIMDateTime(t);
-    EXPECT_EQ(utc.toMicroSeconds(), local.toMicroSeconds());
 }
 
 TEST(VelkCommonDateTime, TimeZoneNames)
 {
+    const char* const rows[][2] = {{"UTC0", "GMT-0"}, {"CET-1", "GMT+1"},
+        {"PST8", "GMT-8"}, {"IST-5:30", "GMT+5"}, {"XXX0:30", "GMT-0"}};
+    for (const auto& r : rows)
     {
-        TimeZone tz("UTC0");
-        EXPECT_EQ("GMT-0", str(VELK_Common::getTimeZone()));
-    }
-    {
-        TimeZone tz("CET-1");
-        EXPECT_EQ("GMT+1", str(VELK_Common::getTimeZone()));
-    }
-    {
-        TimeZone tz("PST8");
-        EXPECT_EQ("GMT-8", str(VELK_Common::getTimeZone()));
-    }
-    {
-        TimeZone tz("IST-5:30");
-        EXPECT_EQ("GMT+5", str(VELK_Common::getTimeZone()));
-    }
-    {
-        TimeZone tz("XXX0:30");
-        EXPECT_EQ("GMT-0", str(VELK_Common::getTimeZone()));
+        TimeZone tz(r[0]);
+        EXPECT_EQ(r[1], str(VELK_Common::getTimeZone())) << r[0];
     }
 }
 
@@ -554,39 +456,3 @@ TEST(VelkCommonEvent, NullRecordIsReportedInTheLog)
     EXPECT_STREQ("operation-name-", rec.inst_op);
 }
 
-// ---------------------------------------------------------------------------
-// Remote-copy target names
-// ---------------------------------------------------------------------------
-
-TEST(VelkCommonRemoteCopy, TargetToSystemNameExactMatchOnly)
-{
-    rm_target_t targets[2];
-    memset(targets, 0, sizeof(targets));
-    strcpy(targets[0].rm_hdr.rm_name, "tgtA");
-    strcpy(targets[0].rm_remote_sysname, "ArrayTwo");
-    strcpy(targets[1].rm_hdr.rm_name, "tgtB");
-    strcpy(targets[1].rm_remote_sysname, "ArrayThree");
-    api_rcopy_t rcopy;
-    memset(&rcopy, 0, sizeof(rcopy));
-    rcopy.target_count = 2;
-    rcopy.targets = targets;
-    EXPECT_EQ("ArrayThree",
-        str(VELK_Common::RCTargetToSysname(rcopy, "tgtB")));
-    EXPECT_EQ("", str(VELK_Common::RCTargetToSysname(rcopy, "TGTB")));
-    EXPECT_EQ("", str(VELK_Common::RCTargetToSysname(rcopy, "none")));
-}
-
-// ---------------------------------------------------------------------------
-// The internal cache object
-// ---------------------------------------------------------------------------
-
-TEST(VelkCommonIdentity, InternalCacheObjectPath)
-{
-    CIMObjectPath p = VELK_Common::buildInternalCacheObjectPath("localhost",
-        "localhost");
-    EXPECT_EQ("//localhost/root/PG_Internal:VELK_InternalCache.InstanceID="
-              "\"localhost-InternalCache\"",
-        str(p.toString()));
-    ASSERT_EQ(1u, p.getKeyBindings().size());
-    EXPECT_EQ(CIMKeyBinding::STRING, p.getKeyBindings()[0].getType());
-}

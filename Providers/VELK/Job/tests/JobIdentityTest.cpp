@@ -33,7 +33,7 @@ private:
 
 TEST_F(JobProviderTest, SystemIdentityFromTheInternalCacheObject)
 {
-    CIMOMHandle handle = server->cimomHandle();
+    CIMOMHandle handle = server->handle();
     EXPECT_EQ("velkarray1", str(VELK_Common::getSystemHostName(handle)));
     EXPECT_EQ("ArrayOne", str(VELK_Common::getSystemName(handle)));
     EXPECT_EQ("ArrayOne", str(VELK_Common::getSystemName()));
@@ -46,8 +46,8 @@ TEST_F(JobProviderTest, SystemIdentityFromTheInternalCacheObject)
 
 TEST_F(JobProviderTest, WithoutTheLocalSocketOnlyTheSystemNameIsFound)
 {
-    CIMOMHandle handle = server->cimomHandle();
-    SocketPath nowhere(tempDir + "/no-such.socket");
+    CIMOMHandle handle = server->handle();
+    SocketPath nowhere(server->dir() + "/no-such.socket");
     // The system name falls back to the server's handle...
     EXPECT_EQ("ArrayOne", str(VELK_Common::getSystemName(handle)));
     // ...the host name and the plain system name do not.

@@ -22,6 +22,8 @@
 #include <Pegasus/Provider/CIMOMHandle.h>
 
 #include <cimhost/EmbeddedServer.h>
+#include "VELK_ConcreteJobProvider.h"
+#include "VELK_MethodResultProvider.h"
 #include <VELK_InternalCacheService.h>
 #include <velkapi_control.hpp>
 
@@ -182,6 +184,47 @@ inline bool loggedLine(int level, const std::string& text)
             return true;
     }
     return false;
+}
+
+// ---- paths of the module's objects on the test server (host "ctl1") ----
+
+inline Pegasus::String jobId(Pegasus::Uint32 task)
+{
+    return Pegasus::String(("KORVANE:task_id:" + std::to_string(task)).c_str());
+}
+
+inline Pegasus::CIMObjectPath jobPath(Pegasus::Uint32 task)
+{
+    return Pegasus::VELK_ConcreteJobProvider::buildObjectPath("ctl1",
+        jobId(task));
+}
+
+inline Pegasus::CIMObjectPath resultPath(Pegasus::Uint32 task)
+{
+    return Pegasus::VELK_MethodResultProvider::buildObjectPath("ctl1",
+        jobId(task));
+}
+
+// The value of a reference key of an association path, as a path.
+inline Pegasus::CIMObjectPath keyRef(const Pegasus::CIMObjectPath& assoc,
+    const char* name)
+{
+    const Pegasus::Array<Pegasus::CIMKeyBinding>& keys =
+        assoc.getKeyBindings();
+    for (Pegasus::Uint32 i = 0; i < keys.size(); i++)
+    {
+        if (keys[i].getName().equal(Pegasus::CIMName(name)))
+            return Pegasus::CIMObjectPath(keys[i].getValue());
+    }
+    throw std::runtime_error(std::string("no key ") + name);
+}
+
+// Two paths name the same object, hosts aside.
+inline bool sameObject(Pegasus::CIMObjectPath a, Pegasus::CIMObjectPath b)
+{
+    a.setHost(Pegasus::String::EMPTY);
+    b.setHost(Pegasus::String::EMPTY);
+    return a.identical(b);
 }
 
 } // namespace velktest

@@ -9,8 +9,7 @@
 namespace jobtest
 {
 
-std::unique_ptr<cimhost::EmbeddedServer> JobProviderTest::server;
-std::string JobProviderTest::tempDir;
+std::unique_ptr<velktest::JobModuleServer> JobProviderTest::server;
 
 nlohmann::json baseState()
 {
@@ -81,43 +80,12 @@ nlohmann::json baseState()
 
 void JobProviderTest::SetUpTestSuite()
 {
-    char pattern[] = "/tmp/velkjobtest.XXXXXX";
-    ASSERT_TRUE(mkdtemp(pattern) != 0);
-    tempDir = pattern;
-
-    velksim::reset();
-    velksim::setLogFile("");
-    velksim::setEventLogFile("");
-    velksim::setClock(T0);
-    velksim::loadStateJson(baseState().dump());
-
-    const std::string socket = tempDir + "/cimhost.socket";
-    setenv("CIMHOST_SOCKET", socket.c_str(), 1);
-
-    cimhost::ServerOptions options;
-    options.schemaFiles.push_back(std::string(VELK_SOURCE_DIR) +
-        "/schema/root.mof");
-    options.registrationDirs.push_back(std::string(VELK_SOURCE_DIR) +
-        "/schema/registration");
-    options.moduleDirs.push_back(VELK_LIB_DIR);
-    options.hostName = "cimhosttest";
-    options.socketPath = socket;
-    options.workerCount = 2;
-    options.logFile = tempDir + "/server.log";
-    options.logLevel = "error";
-    server.reset(new cimhost::EmbeddedServer(options));
-    server->start();
+    server.reset(new velktest::JobModuleServer(baseState().dump()));
 }
 
 void JobProviderTest::TearDownTestSuite()
 {
-    if (server)
-        server->stop();
     server.reset();
-    velksim::reset();
-    std::string cmd = "rm -rf '" + tempDir + "'";
-    if (std::system(cmd.c_str()) != 0)
-        fprintf(stderr, "could not remove %s\n", tempDir.c_str());
 }
 
 void JobProviderTest::SetUp()
@@ -154,7 +122,7 @@ VELK_ConcreteJobProvider* JobProviderTest::newProvider()
         dynamic_cast<VELK_ConcreteJobProvider*>(created);
     if (!job)
         return 0;
-    CIMOMHandle handle = server->cimomHandle();
+    CIMOMHandle handle = server->handle();
     job->initialize(handle);
     return job;
 }
@@ -201,7 +169,10 @@ std::vector<CIMInstance> JobProviderTest::enumerate()
     RecordingInstanceHandler handler;
     provider->enumerateInstances(context(), classPath(), false, false,
         CIMPropertyList(), handler);
-    return handler.instances;
+    std::vector<CIMInstance> out;
+    for (Uint32 i = 0; i < handler.items.size(); i++)
+        out.push_back(handler.items[i]);
+    return out;
 }
 
 CIMValue prop(const CIMInstance& instance, const char* name)

@@ -17,8 +17,10 @@
 #include <Pegasus/Common/ResponseHandler.h>
 #include <Pegasus/Provider/CIMProvider.h>
 
-#include <cimhost/EmbeddedServer.h>
 #include <velkapi_control.hpp>
+
+#include "JobModuleServer.h"
+#include "RecordingHandlers.h"
 
 #include "VELK_ConcreteJobProvider.h"
 
@@ -42,85 +44,11 @@ const std::int64_t T0 = 1700000000;
 // of every kind and one remote-copy group.
 nlohmann::json baseState();
 
-// ---- recording response handlers ----
-
-class RecordingInstanceHandler : public InstanceResponseHandler
-{
-public:
-    std::vector<std::string> calls;
-    std::vector<CIMInstance> instances;
-    void processing() override { calls.push_back("processing"); }
-    void complete() override { calls.push_back("complete"); }
-    void deliver(const CIMInstance& instance) override
-    {
-        calls.push_back("deliver");
-        instances.push_back(instance);
-    }
-    void deliver(const Array<CIMInstance>& list) override
-    {
-        for (Uint32 i = 0; i < list.size(); i++)
-            deliver(list[i]);
-    }
-};
-
-class RecordingPathHandler : public ObjectPathResponseHandler
-{
-public:
-    std::vector<std::string> calls;
-    std::vector<CIMObjectPath> paths;
-    void processing() override { calls.push_back("processing"); }
-    void complete() override { calls.push_back("complete"); }
-    void deliver(const CIMObjectPath& path) override
-    {
-        calls.push_back("deliver");
-        paths.push_back(path);
-    }
-    void deliver(const Array<CIMObjectPath>& list) override
-    {
-        for (Uint32 i = 0; i < list.size(); i++)
-            deliver(list[i]);
-    }
-};
-
-class RecordingHandler : public ResponseHandler
-{
-public:
-    std::vector<std::string> calls;
-    void processing() override { calls.push_back("processing"); }
-    void complete() override { calls.push_back("complete"); }
-};
-
-class RecordingMethodHandler : public MethodResultResponseHandler
-{
-public:
-    std::vector<std::string> calls;
-    std::vector<CIMParamValue> params;
-    std::vector<CIMValue> values;
-    void processing() override { calls.push_back("processing"); }
-    void complete() override { calls.push_back("complete"); }
-    void deliverParamValue(const CIMParamValue& param) override
-    {
-        calls.push_back("deliverParamValue");
-        params.push_back(param);
-    }
-    void deliverParamValue(const Array<CIMParamValue>& list) override
-    {
-        for (Uint32 i = 0; i < list.size(); i++)
-            deliverParamValue(list[i]);
-    }
-    void deliver(const CIMValue& value) override
-    {
-        calls.push_back("deliver");
-        values.push_back(value);
-    }
-    Uint32 returnValue() const
-    {
-        Uint32 v = 0xDEADBEEF;
-        if (!values.empty())
-            values.back().get(v);
-        return v;
-    }
-};
+// The recorders shared with the association tests.
+typedef velktest::InstanceRecorder RecordingInstanceHandler;
+typedef velktest::PathRecorder RecordingPathHandler;
+typedef velktest::PlainRecorder RecordingHandler;
+typedef velktest::MethodRecorder RecordingMethodHandler;
 
 // ---- the fixture ----
 
@@ -150,8 +78,7 @@ protected:
 
     std::vector<CIMInstance> enumerate();
 
-    static std::unique_ptr<cimhost::EmbeddedServer> server;
-    static std::string tempDir;
+    static std::unique_ptr<velktest::JobModuleServer> server;
     VELK_ConcreteJobProvider* provider = 0;
 };
 
@@ -160,22 +87,6 @@ CIMValue prop(const CIMInstance& instance, const char* name);
 bool hasProp(const CIMInstance& instance, const char* name);
 std::string stringProp(const CIMInstance& instance, const char* name);
 Uint16 uint16Prop(const CIMInstance& instance, const char* name);
-
-// Runs `body`, expecting a CIMException with this code and message.
-#define EXPECT_CIM_ERROR(body, code, message)                               \
-    do                                                                      \
-    {                                                                       \
-        try                                                                 \
-        {                                                                   \
-            body;                                                           \
-            ADD_FAILURE() << "no exception from " #body;                    \
-        }                                                                   \
-        catch (const Pegasus::CIMException& e)                              \
-        {                                                                   \
-            EXPECT_EQ(code, e.getCode());                                   \
-            EXPECT_EQ(std::string(message), jobtest::str(e.getMessage()));  \
-        }                                                                   \
-    } while (0)
 
 } // namespace jobtest
 

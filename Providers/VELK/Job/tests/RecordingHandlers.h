@@ -4,6 +4,8 @@
 #ifndef VELK_TESTS_RecordingHandlers_h
 #define VELK_TESTS_RecordingHandlers_h
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <vector>
 
@@ -11,6 +13,8 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObject.h>
 #include <Pegasus/Common/CIMObjectPath.h>
+#include <Pegasus/Common/CIMParamValue.h>
+#include <Pegasus/Common/CIMValue.h>
 #include <Pegasus/Common/ResponseHandler.h>
 
 namespace velktest
@@ -89,12 +93,63 @@ public:
     }
 };
 
+// A method's answer: output parameters, then the return value.
+class MethodRecorder : public Pegasus::MethodResultResponseHandler, public Calls
+{
+public:
+    std::vector<Pegasus::CIMParamValue> params;
+    std::vector<Pegasus::CIMValue> values;
+    void processing() override { calls.push_back("processing"); }
+    void complete() override { calls.push_back("complete"); }
+    void deliverParamValue(const Pegasus::CIMParamValue& param) override
+    {
+        calls.push_back("deliverParamValue");
+        params.push_back(param);
+    }
+    void deliverParamValue(
+        const Pegasus::Array<Pegasus::CIMParamValue>& list) override
+    {
+        for (Pegasus::Uint32 i = 0; i < list.size(); i++)
+            deliverParamValue(list[i]);
+    }
+    void deliver(const Pegasus::CIMValue& value) override
+    {
+        calls.push_back("deliver");
+        values.push_back(value);
+    }
+    // The delivered return value; 0xDEADBEEF when none came.
+    Pegasus::Uint32 returnValue() const
+    {
+        Pegasus::Uint32 v = 0xDEADBEEF;
+        if (!values.empty())
+            values.back().get(v);
+        return v;
+    }
+};
+
 class PlainRecorder : public Pegasus::ResponseHandler, public Calls
 {
 public:
     void processing() override { calls.push_back("processing"); }
     void complete() override { calls.push_back("complete"); }
 };
+
+// Runs `body`, expecting a CIMException with this code and message.
+#define EXPECT_CIM_ERROR(body, code, message)                               \
+    do                                                                      \
+    {                                                                       \
+        try                                                                 \
+        {                                                                   \
+            body;                                                           \
+            ADD_FAILURE() << "no exception from " #body;                    \
+        }                                                                   \
+        catch (const Pegasus::CIMException& e)                              \
+        {                                                                   \
+            EXPECT_EQ(code, e.getCode());                                   \
+            EXPECT_EQ(std::string(message),                                 \
+                std::string((const char*)e.getMessage().getCString()));     \
+        }                                                                   \
+    } while (0)
 
 } // namespace velktest
 

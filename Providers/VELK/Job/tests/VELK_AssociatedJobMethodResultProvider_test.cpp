@@ -23,34 +23,6 @@ namespace
 
 JobModuleServer* server = nullptr;
 
-String jobId(Uint32 task)
-{
-    char id[32];
-    snprintf(id, sizeof(id), "%u", task);
-    return String("KORVANE:task_id:") + id;
-}
-
-CIMObjectPath jobPath(Uint32 task)
-{
-    return VELK_ConcreteJobProvider::buildObjectPath("ctl1", jobId(task));
-}
-
-CIMObjectPath resultPath(Uint32 task)
-{
-    return VELK_MethodResultProvider::buildObjectPath("ctl1", jobId(task));
-}
-
-CIMObjectPath keyRef(const CIMObjectPath& assoc, const char* name)
-{
-    const Array<CIMKeyBinding>& keys = assoc.getKeyBindings();
-    for (Uint32 i = 0; i < keys.size(); i++)
-    {
-        if (keys[i].getName().equal(CIMName(name)))
-            return CIMObjectPath(keys[i].getValue());
-    }
-    throw std::runtime_error(std::string("no key ") + name);
-}
-
 class AssociatedJobMethodResult : public ::testing::Test
 {
 protected:
@@ -346,28 +318,12 @@ TEST_F(AssociatedJobMethodResult, GetInstanceMatchesAmongAllAssociations)
         CIMName("VELK_AssociatedJobMethodResult"), "JobParameters", "Job",
         resultPath(999), jobPath(999), "ctl1", "root/velk");
     InstanceRecorder none;
-    try
-    {
-        provider->getInstance(root, gone, false, false, CIMPropertyList(),
-            none);
-        FAIL();
-    }
-    catch (const CIMObjectNotFoundException& e)
-    {
-        EXPECT_EQ(String("VELK_AssociatedJobMethodResultProvider CIM Object "
-            "not found."), e.getMessage());
-    }
-    try
-    {
-        provider->getInstance(root, jobPath(1), false, false,
-            CIMPropertyList(), none);
-        FAIL();
-    }
-    catch (const CIMInvalidParameterException& e)
-    {
-        EXPECT_EQ(String("VELK_AssociatedJobMethodResultProvider Expect two "
-            "keys."), e.getMessage());
-    }
+    EXPECT_CIM_ERROR(provider->getInstance(root, gone, false, false,
+        CIMPropertyList(), none), CIM_ERR_NOT_FOUND,
+        "VELK_AssociatedJobMethodResultProvider CIM Object not found.");
+    EXPECT_CIM_ERROR(provider->getInstance(root, jobPath(1), false, false,
+        CIMPropertyList(), none), CIM_ERR_INVALID_PARAMETER,
+        "VELK_AssociatedJobMethodResultProvider Expect two keys.");
     EXPECT_TRUE(loggedLine(2, "VELK_AssociatedJobMethodResultProvider::"
         "getInstance(): Invalid number of keys (1)\n"));
     EXPECT_TRUE(none.calls.empty());
@@ -379,42 +335,20 @@ TEST_F(AssociatedJobMethodResult, GuardAndRefusedOperations)
     ObjectRecorder objects;
     PathRecorder paths;
     InstanceRecorder instances;
-    try
-    {
-        provider->associators(denied, jobPath(1), CIMName(), CIMName(),
-            String::EMPTY, String::EMPTY, false, false, CIMPropertyList(),
-            objects);
-        FAIL();
-    }
-    catch (const CIMException& e)
-    {
-        EXPECT_EQ(CIM_ERR_ACCESS_DENIED, e.getCode());
-        EXPECT_EQ(String("Insufficient privilege for the user"), e.getMessage());
-    }
-    try
-    {
-        provider->enumerateInstanceNames(denied,
-            CIMObjectPath("VELK_AssociatedJobMethodResult"), paths);
-        FAIL();
-    }
-    catch (const CIMException& e)
-    {
-        EXPECT_EQ(CIM_ERR_ACCESS_DENIED, e.getCode());
-    }
+    EXPECT_CIM_ERROR(provider->associators(denied, jobPath(1), CIMName(),
+        CIMName(), String::EMPTY, String::EMPTY, false, false,
+        CIMPropertyList(), objects), CIM_ERR_ACCESS_DENIED,
+        "Insufficient privilege for the user");
+    EXPECT_CIM_ERROR(provider->enumerateInstanceNames(denied,
+        CIMObjectPath("VELK_AssociatedJobMethodResult"), paths),
+        CIM_ERR_ACCESS_DENIED, "Insufficient privilege for the user");
     EXPECT_TRUE(objects.calls.empty());
     EXPECT_TRUE(paths.calls.empty());
 
     PlainRecorder plain;
-    try
-    {
-        provider->deleteInstance(denied, jobPath(1), plain);
-        FAIL();
-    }
-    catch (const CIMNotSupportedException& e)
-    {
-        EXPECT_EQ(String("VELK_AssociatedJobMethodResultProvider does not "
-            "support deleteInstance."), e.getMessage());
-    }
+    EXPECT_CIM_ERROR(provider->deleteInstance(denied, jobPath(1), plain),
+        CIM_ERR_NOT_SUPPORTED,
+        "VELK_AssociatedJobMethodResultProvider does not support deleteInstance.");
 }
 
 } // namespace

@@ -26,13 +26,6 @@ JobModuleServer* server = nullptr;
 
 const CIMNamespaceName NS("root/velk");
 
-String jobId(Uint32 task)
-{
-    char id[32];
-    snprintf(id, sizeof(id), "%u", task);
-    return String("KORVANE:task_id:") + id;
-}
-
 // Properties of a bare instance, by name, in their order.
 std::vector<std::string> propertyNames(const CIMInstance& inst)
 {
@@ -65,24 +58,6 @@ CIMObjectPath refOf(const CIMInstance& inst, const char* name)
     CIMObjectPath p;
     valueOf(inst, name).get(p);
     return p;
-}
-
-CIMObjectPath keyRef(const CIMObjectPath& assoc, const char* name)
-{
-    const Array<CIMKeyBinding>& keys = assoc.getKeyBindings();
-    for (Uint32 i = 0; i < keys.size(); i++)
-    {
-        if (keys[i].getName().equal(CIMName(name)))
-            return CIMObjectPath(keys[i].getValue());
-    }
-    throw std::runtime_error(std::string("no key ") + name);
-}
-
-bool sameObject(CIMObjectPath a, CIMObjectPath b)
-{
-    a.setHost(String::EMPTY);
-    b.setHost(String::EMPTY);
-    return a.identical(b);
 }
 
 // The indication embedded in a method result, and its parameter object.
@@ -205,7 +180,7 @@ TEST_F(MethodResult, OneResultPerJobCarryingTheJobsIdentity)
         const CIMInstance& mr = rec.items[i];
         EXPECT_EQ(jobId(tasks[i]), stringOf(mr, "InstanceID"));
         CIMObjectPath expected =
-            VELK_MethodResultProvider::buildObjectPath("ctl1", jobId(tasks[i]));
+            resultPath(tasks[i]);
         EXPECT_TRUE(mr.getPath().identical(expected));
         EXPECT_TRUE(names.items[i].identical(mr.getPath()));
     }
@@ -253,7 +228,7 @@ TEST_F(MethodResult, CopyJobsNameTheirVolumes)
         "CopyType", "Job", "ReturnValue", "ReturnValueType"}),
         propertyNames(post.parameters));
     EXPECT_TRUE(sameObject(refOf(post.parameters, "Job"),
-        VELK_ConcreteJobProvider::buildObjectPath("ctl1", jobId(1))));
+        jobPath(1)));
     EXPECT_EQ(String("Method Parameters Checked - Job Started"),
         stringOf(post.parameters, "ReturnValue"));
     Uint16 rvt = 0;
@@ -408,20 +383,13 @@ TEST_F(MethodResult, TraceLinesKeepTheirExactTexts)
     velksim::clearCaptured();
     InstanceRecorder rec;
     fresh->getInstance(root,
-        VELK_MethodResultProvider::buildObjectPath("ctl1", jobId(8)), false,
+        resultPath(8), false,
         false, CIMPropertyList(), rec);
     fresh->terminate();
     const char* const expected[] = {
         "--> VELK_MethodResultProvider::getInstance\n",
-        "--> VELK_MethodResultProvider::_buildInstances\n",
-        "--> VELK_MethodResultProvider::_buildInstance()\n",
         "--> VELK_MethodResultProvider::_constructInstMethodCallInst()\n",
-        "--> VELK_MethodResultProvider::_constructMethodParamObject()\n",
-        "<-- VELK_MethodResultProvider::_constructMethodParamObject()\n",
-        "<-- VELK_MethodResultProvider::_constructInstMethodCallInst()\n",
         "--> VELK_MethodResultProvider::buildObjectPath()\n",
-        "<-- VELK_MethodResultProvider::_buildInstance()\n",
-        "<-- VELK_MethodResultProvider::_buildInstances\n",
         "<-- VELK_MethodResultProvider::getInstance\n",
     };
     for (const char* line : expected)
@@ -434,7 +402,7 @@ TEST_F(MethodResult, GetInstanceFindsTheResultOfOneJob)
 {
     InstanceRecorder rec;
     provider->getInstance(root,
-        VELK_MethodResultProvider::buildObjectPath("ctl1", jobId(3)), false,
+        resultPath(3), false,
         false, CIMPropertyList(), rec);
     EXPECT_EQ("processing deliver complete", rec.sequence());
     ASSERT_EQ(1u, rec.items.size());
@@ -445,7 +413,7 @@ TEST_F(MethodResult, GetInstanceFindsTheResultOfOneJob)
     only.append(CIMName("InstanceID"));
     InstanceRecorder filtered;
     provider->getInstance(root,
-        VELK_MethodResultProvider::buildObjectPath("ctl1", jobId(3)), false,
+        resultPath(3), false,
         false, CIMPropertyList(only), filtered);
     ASSERT_EQ(1u, filtered.items.size());
     EXPECT_EQ(1u, filtered.items[0].getPropertyCount());
@@ -454,58 +422,27 @@ TEST_F(MethodResult, GetInstanceFindsTheResultOfOneJob)
 TEST_F(MethodResult, GetInstanceFailures)
 {
     InstanceRecorder rec;
-    try
-    {
-        provider->getInstance(root,
-            VELK_MethodResultProvider::buildObjectPath("ctl1", jobId(999)),
-            false, false, CIMPropertyList(), rec);
-        FAIL();
-    }
-    catch (const CIMObjectNotFoundException& e)
-    {
-        EXPECT_EQ(String("VELK_MethodResultProvider CIM Object not found."
-            "KORVANE:task_id:999"), e.getMessage());
-    }
+    EXPECT_CIM_ERROR(provider->getInstance(root,
+        resultPath(999), false,
+        false, CIMPropertyList(), rec), CIM_ERR_NOT_FOUND,
+        "VELK_MethodResultProvider CIM Object not found.KORVANE:task_id:999");
     EXPECT_TRUE(loggedLine(4, "Job instance KORVANE:task_id:999 does not exist\n"));
 
     // An empty InstanceID stands for all jobs: more than one, not found.
-    try
-    {
-        provider->getInstance(root,
-            VELK_MethodResultProvider::buildObjectPath("ctl1", ""), false,
-            false, CIMPropertyList(), rec);
-        FAIL();
-    }
-    catch (const CIMObjectNotFoundException& e)
-    {
-        EXPECT_EQ(String("VELK_MethodResultProvider CIM Object not found."),
-            e.getMessage());
-    }
+    EXPECT_CIM_ERROR(provider->getInstance(root,
+        VELK_MethodResultProvider::buildObjectPath("ctl1", ""), false, false,
+        CIMPropertyList(), rec), CIM_ERR_NOT_FOUND,
+        "VELK_MethodResultProvider CIM Object not found.");
 
-    try
-    {
-        provider->getInstance(root, CIMObjectPath("VELK_MethodResult.Name=\"x\""),
-            false, false, CIMPropertyList(), rec);
-        FAIL();
-    }
-    catch (const CIMInvalidParameterException& e)
-    {
-        EXPECT_EQ(String("VELK_MethodResultProvider InstanceID key not found."),
-            e.getMessage());
-    }
+    EXPECT_CIM_ERROR(provider->getInstance(root,
+        CIMObjectPath("VELK_MethodResult.Name=\"x\""), false, false,
+        CIMPropertyList(), rec), CIM_ERR_INVALID_PARAMETER,
+        "VELK_MethodResultProvider InstanceID key not found.");
 
-    try
-    {
-        provider->getInstance(root,
-            VELK_ConcreteJobProvider::buildObjectPath("ctl1", jobId(1)), false,
-            false, CIMPropertyList(), rec);
-        FAIL();
-    }
-    catch (const CIMNotSupportedException& e)
-    {
-        EXPECT_EQ(String("VELK_MethodResultProvider Invalid class name"
-            "VELK_ConcreteJob"), e.getMessage());
-    }
+    EXPECT_CIM_ERROR(provider->getInstance(root,
+        jobPath(1), false,
+        false, CIMPropertyList(), rec), CIM_ERR_NOT_SUPPORTED,
+        "VELK_MethodResultProvider Invalid class nameVELK_ConcreteJob");
     EXPECT_TRUE(rec.calls.empty());
 }
 
@@ -514,27 +451,13 @@ TEST_F(MethodResult, GuardAndRefusedOperations)
     OperationContext denied = userContext("denied");
     InstanceRecorder instances;
     PathRecorder paths;
-    try
-    {
-        provider->enumerateInstances(denied, CIMObjectPath("VELK_MethodResult"),
-            false, false, CIMPropertyList(), instances);
-        FAIL();
-    }
-    catch (const CIMException& e)
-    {
-        EXPECT_EQ(CIM_ERR_ACCESS_DENIED, e.getCode());
-        EXPECT_EQ(String("Insufficient privilege for the user"), e.getMessage());
-    }
-    try
-    {
-        provider->enumerateInstanceNames(denied,
-            CIMObjectPath("VELK_MethodResult"), paths);
-        FAIL();
-    }
-    catch (const CIMException& e)
-    {
-        EXPECT_EQ(CIM_ERR_ACCESS_DENIED, e.getCode());
-    }
+    EXPECT_CIM_ERROR(provider->enumerateInstances(denied,
+        CIMObjectPath("VELK_MethodResult"), false, false, CIMPropertyList(),
+        instances), CIM_ERR_ACCESS_DENIED,
+        "Insufficient privilege for the user");
+    EXPECT_CIM_ERROR(provider->enumerateInstanceNames(denied,
+        CIMObjectPath("VELK_MethodResult"), paths), CIM_ERR_ACCESS_DENIED,
+        "Insufficient privilege for the user");
     EXPECT_TRUE(instances.calls.empty());
     EXPECT_TRUE(paths.calls.empty());
 
@@ -545,51 +468,24 @@ TEST_F(MethodResult, GuardAndRefusedOperations)
     EXPECT_EQ(13u, lower.items.size());
 
     PlainRecorder plain;
-    try
-    {
-        provider->deleteInstance(denied,
-            VELK_MethodResultProvider::buildObjectPath("ctl1", jobId(1)),
-            plain);
-        FAIL();
-    }
-    catch (const CIMNotSupportedException& e)
-    {
-        EXPECT_EQ(String("VELK_MethodResultProvider does not support "
-            "deleteInstance."), e.getMessage());
-    }
-    try
-    {
-        provider->modifyInstance(denied, CIMObjectPath("VELK_MethodResult"),
-            CIMInstance(CIMName("VELK_MethodResult")), false,
-            CIMPropertyList(), plain);
-        FAIL();
-    }
-    catch (const CIMNotSupportedException& e)
-    {
-        EXPECT_EQ(String("VELK_MethodResultProvider does not support "
-            "modifyInstance."), e.getMessage());
-    }
-    try
-    {
-        provider->createInstance(denied, CIMObjectPath("VELK_MethodResult"),
-            CIMInstance(CIMName("VELK_MethodResult")), paths);
-        FAIL();
-    }
-    catch (const CIMNotSupportedException& e)
-    {
-        EXPECT_EQ(String("VELK_MethodResultProvider does not support "
-            "createInstance."), e.getMessage());
-    }
-    try
-    {
-        VELK_MethodResultProvider withPath(CIMObjectPath("VELK_MethodResult"));
-        FAIL();
-    }
-    catch (const CIMNotSupportedException& e)
-    {
-        EXPECT_EQ(String("VELK_MethodResultProvider does not support "
-            "constructor with object path."), e.getMessage());
-    }
+    EXPECT_CIM_ERROR(provider->deleteInstance(denied,
+        resultPath(1), plain),
+        CIM_ERR_NOT_SUPPORTED,
+        "VELK_MethodResultProvider does not support deleteInstance.");
+    EXPECT_CIM_ERROR(provider->modifyInstance(denied,
+        CIMObjectPath("VELK_MethodResult"),
+        CIMInstance(CIMName("VELK_MethodResult")), false, CIMPropertyList(),
+        plain), CIM_ERR_NOT_SUPPORTED,
+        "VELK_MethodResultProvider does not support modifyInstance.");
+    EXPECT_CIM_ERROR(provider->createInstance(denied,
+        CIMObjectPath("VELK_MethodResult"),
+        CIMInstance(CIMName("VELK_MethodResult")), paths),
+        CIM_ERR_NOT_SUPPORTED,
+        "VELK_MethodResultProvider does not support createInstance.");
+    EXPECT_CIM_ERROR(
+        VELK_MethodResultProvider withPath(CIMObjectPath("VELK_MethodResult")),
+        CIM_ERR_NOT_SUPPORTED,
+        "VELK_MethodResultProvider does not support constructor with object path.");
 }
 
 // ---------------------------------------------------------------- no JobType

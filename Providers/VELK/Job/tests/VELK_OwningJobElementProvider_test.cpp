@@ -26,14 +26,6 @@ JobModuleServer* server = nullptr;
 
 const CIMNamespaceName NS("root/velk");
 
-CIMObjectPath jobPath(Uint32 task)
-{
-    char id[32];
-    snprintf(id, sizeof(id), "%u", task);
-    return VELK_ConcreteJobProvider::buildObjectPath("ctl1",
-        String("KORVANE:task_id:") + id);
-}
-
 CIMObjectPath firstPathOf(const char* className)
 {
     Array<CIMObjectPath> paths = server->handle().enumerateInstanceNames(
@@ -43,29 +35,9 @@ CIMObjectPath firstPathOf(const char* className)
     return paths[0];
 }
 
-// The value of a reference key, as a path.
-CIMObjectPath refKey(const CIMObjectPath& assoc, const char* name)
-{
-    const Array<CIMKeyBinding>& keys = assoc.getKeyBindings();
-    for (Uint32 i = 0; i < keys.size(); i++)
-    {
-        if (keys[i].getName().equal(CIMName(name)))
-            return CIMObjectPath(keys[i].getValue());
-    }
-    throw std::runtime_error(std::string("no key ") + name);
-}
-
 String instanceIdOf(const CIMObjectPath& path)
 {
     return path.getKeyBindings()[0].getValue();
-}
-
-// Two paths name the same object, hosts aside.
-bool sameObject(CIMObjectPath a, CIMObjectPath b)
-{
-    a.setHost(String::EMPTY);
-    b.setHost(String::EMPTY);
-    return a.identical(b);
 }
 
 class OwningJobElement : public ::testing::Test
@@ -254,8 +226,8 @@ TEST_F(OwningJobElement, ReferencesFromTheStorageServiceNameEveryLocalJob)
         EXPECT_EQ(String("OwningElement"),
             path.getKeyBindings()[1].getName().getString());
 
-        CIMObjectPath owned = refKey(path, "OwnedElement");
-        CIMObjectPath owning = refKey(path, "OwningElement");
+        CIMObjectPath owned = keyRef(path, "OwnedElement");
+        CIMObjectPath owning = keyRef(path, "OwningElement");
         EXPECT_TRUE(sameObject(owning, storageSvc));
         EXPECT_EQ(String("ctl1"), owning.getHost());
         EXPECT_TRUE(owned.identical(jobPath(expected[i])))
@@ -335,9 +307,9 @@ TEST_F(OwningJobElement, OwnerOfAJobFollowsTaskTypeAndResultClass)
         provider->referenceNames(root, jobPath(10), CIMName(), "OwnedElement",
             rec);
         ASSERT_EQ(1u, rec.items.size());
-        EXPECT_TRUE(sameObject(refKey(rec.items[0], "OwningElement"),
+        EXPECT_TRUE(sameObject(keyRef(rec.items[0], "OwningElement"),
             replicationSvc));
-        EXPECT_TRUE(refKey(rec.items[0], "OwnedElement")
+        EXPECT_TRUE(keyRef(rec.items[0], "OwnedElement")
             .identical(jobPath(10)));
     }
 }
@@ -351,10 +323,10 @@ TEST_F(OwningJobElement, EnumerationNamesEverySupportedTaskWithItsOwner)
     ASSERT_EQ(13u, names.items.size());
     for (Uint32 i = 0; i < names.items.size(); i++)
     {
-        EXPECT_TRUE(refKey(names.items[i], "OwnedElement")
+        EXPECT_TRUE(keyRef(names.items[i], "OwnedElement")
             .identical(jobPath(expected[i])));
         const bool remote = expected[i] == 10 || expected[i] == 11;
-        EXPECT_TRUE(sameObject(refKey(names.items[i], "OwningElement"),
+        EXPECT_TRUE(sameObject(keyRef(names.items[i], "OwningElement"),
             remote ? replicationSvc : storageSvc)) << expected[i];
     }
 
@@ -388,34 +360,18 @@ TEST_F(OwningJobElement, GetInstanceNeedsTwoKeysAndTwoExistingObjects)
     keys.append(CIMKeyBinding(CIMName("Extra"), "x", CIMKeyBinding::STRING));
     three.setKeyBindings(keys);
     InstanceRecorder rec;
-    try
-    {
-        provider->getInstance(root, three, false, false, CIMPropertyList(),
-            rec);
-        FAIL() << "three keys accepted";
-    }
-    catch (const CIMInvalidParameterException& e)
-    {
-        EXPECT_EQ(String("VELK_OwningJobElementProvider Expect two keys."),
-            e.getMessage());
-    }
+    EXPECT_CIM_ERROR(provider->getInstance(root, three, false, false,
+        CIMPropertyList(), rec), CIM_ERR_INVALID_PARAMETER,
+        "VELK_OwningJobElementProvider Expect two keys.");
     EXPECT_TRUE(loggedLine(2, "VELK_OwningJobElementProvider::getInstance(): "
         "Invalid number of keys (3)\n"));
 
     CIMObjectPath gone = VELK_Common::buildAssocPath(
         CIMName("VELK_OwningJobElement"), "OwningElement", "OwnedElement",
         storageSvc, jobPath(999), "ctl1", "root/velk");
-    try
-    {
-        provider->getInstance(root, gone, false, false, CIMPropertyList(),
-            rec);
-        FAIL() << "missing job found";
-    }
-    catch (const CIMObjectNotFoundException& e)
-    {
-        EXPECT_EQ(String("VELK_OwningJobElementProvider CIM Object not found."),
-            e.getMessage());
-    }
+    EXPECT_CIM_ERROR(provider->getInstance(root, gone, false, false,
+        CIMPropertyList(), rec), CIM_ERR_NOT_FOUND,
+        "VELK_OwningJobElementProvider CIM Object not found.");
     EXPECT_TRUE(rec.calls.empty());
 }
 
@@ -577,17 +533,9 @@ TEST_F(OwningJobElement, DeniedUserGetsAccessDeniedFromEveryRequest)
     };
     for (size_t i = 0; i < requests.size(); i++)
     {
-        try
-        {
-            requests[i]();
-            ADD_FAILURE() << "request " << i << " not refused";
-        }
-        catch (const CIMException& e)
-        {
-            EXPECT_EQ(CIM_ERR_ACCESS_DENIED, e.getCode()) << i;
-            EXPECT_EQ(String("Insufficient privilege for the user"),
-                e.getMessage());
-        }
+        SCOPED_TRACE(i);
+        EXPECT_CIM_ERROR(requests[i](), CIM_ERR_ACCESS_DENIED,
+            "Insufficient privilege for the user");
     }
     EXPECT_TRUE(objects.calls.empty());
     EXPECT_TRUE(paths.calls.empty());
@@ -600,37 +548,15 @@ TEST_F(OwningJobElement, ChangesAreRefusedWithoutLookingAtTheCaller)
     PlainRecorder plain;
     PathRecorder paths;
     CIMInstance inst(CIMName("VELK_OwningJobElement"));
-    try
-    {
-        provider->modifyInstance(denied, jobPath(1), inst, false,
-            CIMPropertyList(), plain);
-        FAIL();
-    }
-    catch (const CIMNotSupportedException& e)
-    {
-        EXPECT_EQ(String("VELK_OwningJobElementProvider does not support "
-            "modifyInstance."), e.getMessage());
-    }
-    try
-    {
-        provider->createInstance(denied, jobPath(1), inst, paths);
-        FAIL();
-    }
-    catch (const CIMNotSupportedException& e)
-    {
-        EXPECT_EQ(String("VELK_OwningJobElementProvider does not support "
-            "createInstance."), e.getMessage());
-    }
-    try
-    {
-        provider->deleteInstance(denied, jobPath(1), plain);
-        FAIL();
-    }
-    catch (const CIMNotSupportedException& e)
-    {
-        EXPECT_EQ(String("VELK_OwningJobElementProvider does not support "
-            "deleteInstance."), e.getMessage());
-    }
+    EXPECT_CIM_ERROR(provider->modifyInstance(denied, jobPath(1), inst, false,
+        CIMPropertyList(), plain), CIM_ERR_NOT_SUPPORTED,
+        "VELK_OwningJobElementProvider does not support modifyInstance.");
+    EXPECT_CIM_ERROR(provider->createInstance(denied, jobPath(1), inst, paths),
+        CIM_ERR_NOT_SUPPORTED,
+        "VELK_OwningJobElementProvider does not support createInstance.");
+    EXPECT_CIM_ERROR(provider->deleteInstance(denied, jobPath(1), plain),
+        CIM_ERR_NOT_SUPPORTED,
+        "VELK_OwningJobElementProvider does not support deleteInstance.");
     EXPECT_TRUE(plain.calls.empty());
 }
 
