@@ -8,6 +8,8 @@
 #include <cstring>
 
 #include <Pegasus/Common/Exception.h>
+#include <Pegasus/Common/InternalException.h>
+#include <Pegasus/Provider/ProviderException.h>
 #include <Pegasus/Client/CIMClient.h>
 
 #include <VELK_InternalCacheService.h>
@@ -883,6 +885,96 @@ int VELK_Common::setEventOp(api_evtparam_t* eventp, const char* op)
     }
     copyField(eventp->inst_op, sizeof(eventp->inst_op), op);
     return 0;
+}
+
+// ---------------------------------------------------------------------------
+// The request guard and the refused operations
+// ---------------------------------------------------------------------------
+
+void VELK_Common::checkUser(const String& userName, const String& source,
+    Uint32 line)
+{
+    if (api_velkOpenForCimserver(userName.getCString()) != 0)
+    {
+        throw TraceableCIMException(CIM_ERR_ACCESS_DENIED,
+            "Insufficient privilege for the user", source, line);
+    }
+}
+
+void VELK_Common::checkUser(const OperationContext& context,
+    const String& source, Uint32 line)
+{
+    IdentityContainer identity = context.get(IdentityContainer::NAME);
+    checkUser(identity.getUserName(), source, line);
+}
+
+void VELK_Common::refuseOperation(const String& provider, const char* what)
+{
+    throw CIMNotSupportedException(
+        provider + " does not support " + what + ".");
+}
+
+void VELK_Common::checkClass(const CIMObjectPath& path,
+    const CIMName& className, const String& provider)
+{
+    if (!path.getClassName().equal(className))
+    {
+        throw CIMNotSupportedException(provider + " Invalid class name" +
+            path.getClassName().getString());
+    }
+}
+
+String VELK_Common::getInstanceIDKey(const CIMObjectPath& path,
+    const String& provider)
+{
+    const Array<CIMKeyBinding>& keys = path.getKeyBindings();
+    for (Uint32 i = 0; i < keys.size(); i++)
+    {
+        if (keys[i].getName().equal(CIMName("InstanceID")))
+            return keys[i].getValue();
+    }
+    throw CIMInvalidParameterException(provider + " InstanceID key not found.");
+}
+
+namespace
+{
+
+// A given role must name one of the ends. The role of the source
+// (sameEnd) names the source's own end, a result role the other end.
+bool roleRuledOut(const String& role, const char* roleA, const char* roleB,
+    bool sourceAtA, bool sourceAtB, bool sameEnd)
+{
+    if (role.size() == 0)
+        return false;
+    const bool a = String::equalNoCase(role, roleA);
+    const bool b = String::equalNoCase(role, roleB);
+    if (!a && !b)
+        return true;
+    if (sourceAtA && !(sameEnd ? a : b))
+        return true;
+    if (sourceAtB && !(sameEnd ? b : a))
+        return true;
+    return false;
+}
+
+}
+
+bool VELK_Common::invalidRoles(const String& role, const String& resultRole,
+    const char* roleA, const char* roleB, bool sourceAtA, bool sourceAtB)
+{
+    return roleRuledOut(role, roleA, roleB, sourceAtA, sourceAtB, true) ||
+        roleRuledOut(resultRole, roleA, roleB, sourceAtA, sourceAtB, false);
+}
+
+bool VELK_Common::isOneOf(const CIMName& name, const char* const* names,
+    size_t count)
+{
+    for (size_t i = 0; i < count; i++)
+    {
+        if (name.equal(CIMName(names[i])))
+            return true;
+    }
+    return false;
 }
 
 PEGASUS_NAMESPACE_END

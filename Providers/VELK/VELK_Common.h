@@ -187,6 +187,44 @@ public:
         const char* addr, const char* evtText);
     static int setEventOp(api_evtparam_t* eventp, const char* op);
 
+    // ---- the request guard and the refused operations of the providers ----
+    // Refuses (CIM_ERR_ACCESS_DENIED "Insufficient privilege for the user")
+    // a user that the array does not admit through the CIM server; source
+    // and line go to the exception's trace.
+    static void checkUser(const String& userName, const String& source,
+        Uint32 line);
+    static void checkUser(const OperationContext& context,
+        const String& source,
+        Uint32 line);
+    // Throws CIM_ERR_NOT_SUPPORTED "<provider> does not support <what>.".
+    static void refuseOperation(const String& provider, const char* what);
+    // Throws CIM_ERR_NOT_SUPPORTED "<provider> Invalid class name<class>"
+    // unless the path's class is `className`.
+    static void checkClass(const CIMObjectPath& path, const CIMName& className,
+        const String& provider);
+    // The value of the InstanceID key; CIM_ERR_INVALID_PARAMETER
+    // "<provider> InstanceID key not found." without it.
+    static String getInstanceIDKey(const CIMObjectPath& path,
+        const String& provider);
+    // The screen of a two-ended association request by its roles: a role
+    // or result role, when given, names one of the ends (compared without
+    // case); a source at end A must stand in role A with its result in role
+    // B, a source at end B the other way round. True when ruled out.
+    static bool invalidRoles(const String& role, const String& resultRole,
+        const char* roleA, const char* roleB, bool sourceAtA, bool sourceAtB);
+    // Whether the name is one of the `count` names of the list.
+    static bool isOneOf(const CIMName& name, const char* const* names,
+        size_t count);
+    // processing(), deliver() of every element, complete().
+    template <class Handler, class T>
+    static void deliverAll(Handler& handler, const Array<T>& items)
+    {
+        handler.processing();
+        for (Uint32 i = 0; i < items.size(); i++)
+            handler.deliver(items[i]);
+        handler.complete();
+    }
+
     // ---- association builders, response dispatch, InstanceID parts
     //      (VELK_CommonAssociation.cpp) ----
     // BEGIN association declarations (members)

@@ -24,28 +24,6 @@ inline const char* cstr(const CString& s)
     return (const char*)s;
 }
 
-// Refuses a user that the array does not admit through the CIM server.
-void checkUser(const OperationContext& context, Uint32 line)
-{
-    IdentityContainer identity = context.get(IdentityContainer::NAME);
-    String userName = identity.getUserName();
-    if (api_velkOpenForCimserver(cstr(userName.getCString())) != 0)
-    {
-        throw TraceableCIMException(CIM_ERR_ACCESS_DENIED,
-            "Insufficient privilege for the user",
-            "VELK_AssociatedJobMethodResultProvider", line);
-    }
-}
-
-bool isOneOf(const CIMName& name, const char* const* list, size_t count)
-{
-    for (size_t i = 0; i < count; i++)
-    {
-        if (name.equal(CIMName(list[i])))
-            return true;
-    }
-    return false;
-}
 }
 
 VELK_AssociatedJobMethodResultProvider::VELK_AssociatedJobMethodResultProvider()
@@ -94,7 +72,7 @@ void VELK_AssociatedJobMethodResultProvider::associators(
         cstr(objectName.toString().getCString()),
         cstr(associationClass.getString().getCString()),
         cstr(resultClass.getString().getCString()));
-    checkUser(context, __LINE__);
+    VELK_Common::checkUser(context, ClassName, __LINE__);
 
     if (_invalidParms(objectName, role, resultRole, resultClass,
             "associators"))
@@ -132,7 +110,7 @@ void VELK_AssociatedJobMethodResultProvider::associatorNames(
         cstr(objectName.toString().getCString()),
         cstr(associationClass.getString().getCString()),
         cstr(resultClass.getString().getCString()));
-    checkUser(context, __LINE__);
+    VELK_Common::checkUser(context, ClassName, __LINE__);
 
     if (_invalidParms(objectName, role, resultRole, resultClass,
             "associatorNames"))
@@ -146,10 +124,7 @@ void VELK_AssociatedJobMethodResultProvider::associatorNames(
     }
 
     Array<CIMObjectPath> related = _getRelatedInstanceNames(objectName, context);
-    handler.processing();
-    for (Uint32 i = 0; i < related.size(); i++)
-        handler.deliver(related[i]);
-    handler.complete();
+    VELK_Common::deliverAll(handler, related);
     log_message(4,
         "<--VELK_AssociatedJobMethodResultProvider::associatorNames\n");
 }
@@ -170,7 +145,7 @@ void VELK_AssociatedJobMethodResultProvider::references(
         "resultClass = %s \n",
         cstr(objectName.toString().getCString()),
         cstr(resultClass.getString().getCString()));
-    checkUser(context, __LINE__);
+    VELK_Common::checkUser(context, ClassName, __LINE__);
 
     if (_invalidParms(objectName, role, String::EMPTY, resultClass,
             "references"))
@@ -219,7 +194,7 @@ void VELK_AssociatedJobMethodResultProvider::referenceNames(
         "objectName = %s; resultClass = %s",
         cstr(objectName.toString().getCString()),
         cstr(resultClass.getString().getCString()));
-    checkUser(context, __LINE__);
+    VELK_Common::checkUser(context, ClassName, __LINE__);
 
     if (_invalidParms(objectName, role, String::EMPTY, resultClass,
             "referenceNames"))
@@ -257,7 +232,7 @@ void VELK_AssociatedJobMethodResultProvider::getInstance(
 {
     log_message(4,
         "-->VELK_AssociatedJobMethodResultProvider::getInstance() \n");
-    checkUser(context, __LINE__);
+    VELK_Common::checkUser(context, ClassName, __LINE__);
 
     const Uint32 keyCount = instanceReference.getKeyBindings().size();
     if (keyCount != 2)
@@ -296,14 +271,11 @@ void VELK_AssociatedJobMethodResultProvider::enumerateInstances(
     (void)classReference;
     log_message(4,
         "-->VELK_AssociatedJobMethodResultProvider::enumerateInstances()\n");
-    checkUser(context, __LINE__);
+    VELK_Common::checkUser(context, ClassName, __LINE__);
 
     Array<CIMInstance> all = _getInstances(context, includeQualifiers,
         includeClassOrigin, propertyList);
-    handler.processing();
-    for (Uint32 i = 0; i < all.size(); i++)
-        handler.deliver(all[i]);
-    handler.complete();
+    VELK_Common::deliverAll(handler, all);
     log_message(4,
         "<-- VELK_AssociatedJobMethodResultProvider::enumerateInstances() \n");
 }
@@ -317,13 +289,10 @@ void VELK_AssociatedJobMethodResultProvider::enumerateInstanceNames(
     log_message(4,
         "--> VELK_AssociatedJobMethodResultProvider::enumerateInstanceNames()"
         "\n");
-    checkUser(context, __LINE__);
+    VELK_Common::checkUser(context, ClassName, __LINE__);
 
     Array<CIMObjectPath> all = _getInstanceNames(context);
-    handler.processing();
-    for (Uint32 i = 0; i < all.size(); i++)
-        handler.deliver(all[i]);
-    handler.complete();
+    VELK_Common::deliverAll(handler, all);
     log_message(4,
         "<-- VELK_AssociatedJobMethodResultProvider::enumerateInstanceNames()"
         "\n");
@@ -337,8 +306,7 @@ void VELK_AssociatedJobMethodResultProvider::modifyInstance(
     const CIMPropertyList&,
     ResponseHandler&)
 {
-    throw CIMNotSupportedException(
-        ClassName + " does not support modifyInstance.");
+    VELK_Common::refuseOperation(ClassName, "modifyInstance");
 }
 
 void VELK_AssociatedJobMethodResultProvider::createInstance(
@@ -347,8 +315,7 @@ void VELK_AssociatedJobMethodResultProvider::createInstance(
     const CIMInstance&,
     ObjectPathResponseHandler&)
 {
-    throw CIMNotSupportedException(
-        ClassName + " does not support createInstance.");
+    VELK_Common::refuseOperation(ClassName, "createInstance");
 }
 
 void VELK_AssociatedJobMethodResultProvider::deleteInstance(
@@ -356,8 +323,7 @@ void VELK_AssociatedJobMethodResultProvider::deleteInstance(
     const CIMObjectPath&,
     ResponseHandler&)
 {
-    throw CIMNotSupportedException(
-        ClassName + " does not support deleteInstance.");
+    VELK_Common::refuseOperation(ClassName, "deleteInstance");
 }
 
 bool VELK_AssociatedJobMethodResultProvider::_invalidParms(
@@ -378,7 +344,7 @@ bool VELK_AssociatedJobMethodResultProvider::_invalidParms(
         "CIM_LogicalElement", "CIM_ManagedSystemElement",
         "CIM_ManagedElement", "CIM_MethodResult", "VELK_MethodResult"
     };
-    if (isOneOf(className, identified,
+    if (VELK_Common::isOneOf(className, identified,
             sizeof(identified) / sizeof(identified[0])))
     {
         String id = VELK_Common::extractFromInstanceID(
@@ -387,37 +353,19 @@ bool VELK_AssociatedJobMethodResultProvider::_invalidParms(
             return true;
     }
 
-    if (role.size() != 0)
-    {
-        const bool job = String::equalNoCase(role, "Job");
-        const bool jobParameters = String::equalNoCase(role, "JobParameters");
-        if (!job && !jobParameters)
-            return true;
-        if (isMethodResult && !jobParameters)
-            return true;
-        if (isJob && !job)
-            return true;
-    }
-
-    if (resultRole.size() != 0)
-    {
-        const bool job = String::equalNoCase(resultRole, "Job");
-        const bool jobParameters =
-            String::equalNoCase(resultRole, "JobParameters");
-        if (!job && !jobParameters)
-            return true;
-        if (isMethodResult && !job)
-            return true;
-        if (isJob && !jobParameters)
-            return true;
-    }
+    // The method result stands as JobParameters, the job as Job.
+    if (VELK_Common::invalidRoles(role, resultRole, "JobParameters", "Job",
+            isMethodResult, isJob))
+        return true;
 
     if (String::equalNoCase(method, "references") ||
         String::equalNoCase(method, "referenceNames"))
     {
+        static const char* const associations[] = {
+            "CIM_AssociatedJobMethodResult", "VELK_AssociatedJobMethodResult"
+        };
         return !resultClass.isNull() &&
-            !resultClass.equal(CIMName("CIM_AssociatedJobMethodResult")) &&
-            !resultClass.equal(CIMName("VELK_AssociatedJobMethodResult"));
+            !VELK_Common::isOneOf(resultClass, associations, 2);
     }
 
     if (String::equalNoCase(method, "associators") ||
@@ -428,7 +376,7 @@ bool VELK_AssociatedJobMethodResultProvider::_invalidParms(
             "CIM_MethodResult", "VELK_MethodResult"
         };
         if (!resultClass.isNull() &&
-            !isOneOf(resultClass, reachable,
+            !VELK_Common::isOneOf(resultClass, reachable,
                 sizeof(reachable) / sizeof(reachable[0])))
             return true;
         if (resultClass.equal(className))

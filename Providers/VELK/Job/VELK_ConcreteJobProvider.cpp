@@ -120,20 +120,12 @@ String ipAddressOf(const OperationContext& context)
 
 void checkUser(const String& userName)
 {
-    if (api_velkOpenForCimserver(userName.getCString()) != 0)
-    {
-        throw TraceableCIMException(CIM_ERR_ACCESS_DENIED,
-            "Insufficient privilege for the user", SOURCE_NAME, __LINE__);
-    }
+    VELK_Common::checkUser(userName, SOURCE_NAME, __LINE__);
 }
 
 void checkJobClass(const CIMObjectPath& path)
 {
-    if (!path.getClassName().equal(CIMName(JOB_CLASS)))
-    {
-        throw CIMNotSupportedException(ClassName +
-            String(" Invalid class name") + path.getClassName().getString());
-    }
+    VELK_Common::checkClass(path, CIMName(JOB_CLASS), ClassName);
 }
 
 // The per-operation authorisation of the changing operations.
@@ -172,8 +164,7 @@ VELK_ConcreteJobProvider::VELK_ConcreteJobProvider()
 
 VELK_ConcreteJobProvider::VELK_ConcreteJobProvider(const CIMObjectPath&)
 {
-    throw CIMNotSupportedException(ClassName +
-        String(" does not support constructor with object path."));
+    VELK_Common::refuseOperation(ClassName, "constructor with object path");
 }
 
 VELK_ConcreteJobProvider::~VELK_ConcreteJobProvider()
@@ -830,23 +821,8 @@ void VELK_ConcreteJobProvider::getInstance(
     checkUser(userNameOf(context));
     checkJobClass(instanceReference);
 
-    String instanceID;
-    bool haveKey = false;
-    const Array<CIMKeyBinding>& keys = instanceReference.getKeyBindings();
-    for (Uint32 i = 0; i < keys.size(); i++)
-    {
-        if (keys[i].getName().equal(CIMName("InstanceID")))
-        {
-            instanceID = keys[i].getValue();
-            haveKey = true;
-            break;
-        }
-    }
-    if (!haveKey)
-    {
-        throw CIMInvalidParameterException(ClassName +
-            String(" InstanceID key not found."));
-    }
+    const String instanceID =
+        VELK_Common::getInstanceIDKey(instanceReference, ClassName);
 
     CIMInstance instance = _getInstance(instanceReference, includeQualifiers,
         includeClassOrigin, propertyList);
@@ -878,10 +854,7 @@ void VELK_ConcreteJobProvider::enumerateInstances(
     buildInstances(includeQualifiers, includeClassOrigin, propertyList,
         instances, _hostAddr, &_cimom);
 
-    handler.processing();
-    for (Uint32 i = 0; i < instances.size(); i++)
-        handler.deliver(instances[i]);
-    handler.complete();
+    VELK_Common::deliverAll(handler, instances);
     log_message(4, "<-- VELK_ConcreteJobProvider::enumerateInstances\n");
 }
 
@@ -896,10 +869,7 @@ void VELK_ConcreteJobProvider::enumerateInstanceNames(
 
     Array<CIMObjectPath> paths = _build_ref();
 
-    handler.processing();
-    for (Uint32 i = 0; i < paths.size(); i++)
-        handler.deliver(paths[i]);
-    handler.complete();
+    VELK_Common::deliverAll(handler, paths);
     log_message(4, "<-- VELK_ConcreteJobProvider::enumerateInstanceNames\n");
 }
 
@@ -911,8 +881,7 @@ void VELK_ConcreteJobProvider::modifyInstance(
     const CIMPropertyList&,
     ResponseHandler&)
 {
-    throw CIMNotSupportedException(ClassName +
-        String(" does not support modifyInstance."));
+    VELK_Common::refuseOperation(ClassName, "modifyInstance");
 }
 
 void VELK_ConcreteJobProvider::createInstance(
@@ -921,8 +890,7 @@ void VELK_ConcreteJobProvider::createInstance(
     const CIMInstance&,
     ObjectPathResponseHandler&)
 {
-    throw CIMNotSupportedException(ClassName +
-        String(" does not support createInstance."));
+    VELK_Common::refuseOperation(ClassName, "createInstance");
 }
 
 // ---------------------------------------------------------------------------

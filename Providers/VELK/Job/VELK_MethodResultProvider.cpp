@@ -28,26 +28,10 @@ inline const char* cstr(const CString& s)
     return (const char*)s;
 }
 
-// Refuses a user that the array does not admit through the CIM server.
-void checkUser(const OperationContext& context, Uint32 line)
-{
-    IdentityContainer identity = context.get(IdentityContainer::NAME);
-    String userName = identity.getUserName();
-    if (api_velkOpenForCimserver(cstr(userName.getCString())) != 0)
-    {
-        throw TraceableCIMException(CIM_ERR_ACCESS_DENIED,
-            "Insufficient privilege for the user",
-            "VELK_MethodResultProvider", line);
-    }
-}
 
 void checkClass(const CIMObjectPath& path)
 {
-    if (!path.getClassName().equal(CIMName("VELK_MethodResult")))
-    {
-        throw CIMNotSupportedException(ClassName + " Invalid class name" +
-            path.getClassName().getString());
-    }
+    VELK_Common::checkClass(path, CIMName("VELK_MethodResult"), ClassName);
 }
 
 // Path of the storage synchronization between two volumes, with the roles
@@ -67,8 +51,7 @@ VELK_MethodResultProvider::VELK_MethodResultProvider()
 
 VELK_MethodResultProvider::VELK_MethodResultProvider(const CIMObjectPath&)
 {
-    throw CIMNotSupportedException(
-        ClassName + " does not support constructor with object path.");
+    VELK_Common::refuseOperation(ClassName, "constructor with object path");
 }
 
 VELK_MethodResultProvider::~VELK_MethodResultProvider()
@@ -98,19 +81,11 @@ void VELK_MethodResultProvider::getInstance(
     InstanceResponseHandler& handler)
 {
     log_message(4, "--> VELK_MethodResultProvider::getInstance\n");
-    checkUser(context, 106);
+    VELK_Common::checkUser(context, ClassName, 106);
     checkClass(instanceReference);
 
-    const Array<CIMKeyBinding>& keys = instanceReference.getKeyBindings();
-    Uint32 i = 0;
-    while (i < keys.size() && !keys[i].getName().equal(CIMName("InstanceID")))
-        i++;
-    if (i == keys.size())
-    {
-        throw CIMInvalidParameterException(
-            ClassName + " InstanceID key not found.");
-    }
-    const String instanceID = keys[i].getValue();
+    const String instanceID =
+        VELK_Common::getInstanceIDKey(instanceReference, ClassName);
 
     Array<CIMInstance> instances = _buildInstances(context, instanceID,
         includeQualifiers, includeClassOrigin, propertyList);
@@ -135,16 +110,13 @@ void VELK_MethodResultProvider::enumerateInstances(
     InstanceResponseHandler& handler)
 {
     log_message(4, "--> VELK_MethodResultProvider::enumerateInstances\n");
-    checkUser(context, 192);
+    VELK_Common::checkUser(context, ClassName, 192);
     checkClass(classReference);
 
     Array<CIMInstance> instances = _buildInstances(context, String::EMPTY,
         includeQualifiers, includeClassOrigin, propertyList);
 
-    handler.processing();
-    for (Uint32 i = 0; i < instances.size(); i++)
-        handler.deliver(instances[i]);
-    handler.complete();
+    VELK_Common::deliverAll(handler, instances);
     log_message(4, "<-- VELK_MethodResultProvider::enumerateInstances\n");
 }
 
@@ -154,15 +126,12 @@ void VELK_MethodResultProvider::enumerateInstanceNames(
     ObjectPathResponseHandler& handler)
 {
     log_message(4, "--> VELK_MethodResultProvider::enumerateInstanceNames\n");
-    checkUser(context, 241);
+    VELK_Common::checkUser(context, ClassName, 241);
     checkClass(classReference);
 
     Array<CIMObjectPath> paths = _buildRef(context);
 
-    handler.processing();
-    for (Uint32 i = 0; i < paths.size(); i++)
-        handler.deliver(paths[i]);
-    handler.complete();
+    VELK_Common::deliverAll(handler, paths);
     log_message(4, "<-- VELK_MethodResultProvider::enumerateInstanceNames\n");
 }
 
@@ -174,8 +143,7 @@ void VELK_MethodResultProvider::modifyInstance(
     const CIMPropertyList&,
     ResponseHandler&)
 {
-    throw CIMNotSupportedException(
-        ClassName + " does not support modifyInstance.");
+    VELK_Common::refuseOperation(ClassName, "modifyInstance");
 }
 
 void VELK_MethodResultProvider::createInstance(
@@ -184,8 +152,7 @@ void VELK_MethodResultProvider::createInstance(
     const CIMInstance&,
     ObjectPathResponseHandler&)
 {
-    throw CIMNotSupportedException(
-        ClassName + " does not support createInstance.");
+    VELK_Common::refuseOperation(ClassName, "createInstance");
 }
 
 void VELK_MethodResultProvider::deleteInstance(
@@ -193,8 +160,7 @@ void VELK_MethodResultProvider::deleteInstance(
     const CIMObjectPath&,
     ResponseHandler&)
 {
-    throw CIMNotSupportedException(
-        ClassName + " does not support deleteInstance.");
+    VELK_Common::refuseOperation(ClassName, "deleteInstance");
 }
 
 CIMObjectPath VELK_MethodResultProvider::buildObjectPath(

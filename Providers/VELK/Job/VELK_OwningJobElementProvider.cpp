@@ -25,18 +25,6 @@ inline const char* cstr(const CString& s)
     return (const char*)s;
 }
 
-// Refuses a user that the array does not admit through the CIM server.
-void checkUser(const OperationContext& context, Uint32 line)
-{
-    IdentityContainer identity = context.get(IdentityContainer::NAME);
-    String userName = identity.getUserName();
-    if (api_velkOpenForCimserver(cstr(userName.getCString())) != 0)
-    {
-        throw TraceableCIMException(CIM_ERR_ACCESS_DENIED,
-            "Insufficient privilege for the user",
-            "VELK_OwningJobElementProvider", line);
-    }
-}
 }
 
 VELK_OwningJobElementProvider::VELK_OwningJobElementProvider()
@@ -84,7 +72,7 @@ void VELK_OwningJobElementProvider::associators(
         cstr(objectName.toString().getCString()),
         cstr(associationClass.getString().getCString()),
         cstr(resultClass.getString().getCString()));
-    checkUser(context, __LINE__);
+    VELK_Common::checkUser(context, ClassName, __LINE__);
 
     if (_invalidParms(objectName, role, resultRole, resultClass,
             "associators"))
@@ -133,7 +121,7 @@ void VELK_OwningJobElementProvider::associatorNames(
         cstr(objectName.toString().getCString()),
         cstr(associationClass.getString().getCString()),
         cstr(resultClass.getString().getCString()));
-    checkUser(context, __LINE__);
+    VELK_Common::checkUser(context, ClassName, __LINE__);
 
     if (_invalidParms(objectName, role, resultRole, resultClass,
             "associatorNames"))
@@ -184,7 +172,7 @@ void VELK_OwningJobElementProvider::references(
         "resultClass = %s \n",
         cstr(objectName.toString().getCString()),
         cstr(resultClass.getString().getCString()));
-    checkUser(context, __LINE__);
+    VELK_Common::checkUser(context, ClassName, __LINE__);
 
     if (_invalidParms(objectName, role, String::EMPTY, resultClass,
             "references"))
@@ -231,7 +219,7 @@ void VELK_OwningJobElementProvider::referenceNames(
         "resultClass = %s",
         cstr(objectName.toString().getCString()),
         cstr(resultClass.getString().getCString()));
-    checkUser(context, __LINE__);
+    VELK_Common::checkUser(context, ClassName, __LINE__);
 
     if (_invalidParms(objectName, role, String::EMPTY, resultClass,
             "referenceNames"))
@@ -276,7 +264,7 @@ void VELK_OwningJobElementProvider::getInstance(
     InstanceResponseHandler& handler)
 {
     log_message(4, "-->VELK_OwningJobElementProvider::getInstance() \n");
-    checkUser(context, __LINE__);
+    VELK_Common::checkUser(context, ClassName, __LINE__);
 
     const Uint32 keyCount = instanceReference.getKeyBindings().size();
     if (keyCount != 2)
@@ -322,7 +310,7 @@ void VELK_OwningJobElementProvider::enumerateInstances(
 {
     (void)classReference;
     log_message(4, "-->VELK_OwningJobElementProvider::enumerateInstances()\n");
-    checkUser(context, __LINE__);
+    VELK_Common::checkUser(context, ClassName, __LINE__);
 
     cim_handler_u h;
     h.instanceResponse = &handler;
@@ -342,7 +330,7 @@ void VELK_OwningJobElementProvider::enumerateInstanceNames(
     (void)classReference;
     log_message(4,
         "--> VELK_OwningJobElementProvider::enumerateInstanceNames()\n");
-    checkUser(context, __LINE__);
+    VELK_Common::checkUser(context, ClassName, __LINE__);
 
     cim_handler_u h;
     h.objectPathResponse = &handler;
@@ -362,8 +350,7 @@ void VELK_OwningJobElementProvider::modifyInstance(
     const CIMPropertyList&,
     ResponseHandler&)
 {
-    throw CIMNotSupportedException(
-        ClassName + " does not support modifyInstance.");
+    VELK_Common::refuseOperation(ClassName, "modifyInstance");
 }
 
 void VELK_OwningJobElementProvider::createInstance(
@@ -372,8 +359,7 @@ void VELK_OwningJobElementProvider::createInstance(
     const CIMInstance&,
     ObjectPathResponseHandler&)
 {
-    throw CIMNotSupportedException(
-        ClassName + " does not support createInstance.");
+    VELK_Common::refuseOperation(ClassName, "createInstance");
 }
 
 void VELK_OwningJobElementProvider::deleteInstance(
@@ -381,8 +367,7 @@ void VELK_OwningJobElementProvider::deleteInstance(
     const CIMObjectPath&,
     ResponseHandler&)
 {
-    throw CIMNotSupportedException(
-        ClassName + " does not support deleteInstance.");
+    VELK_Common::refuseOperation(ClassName, "deleteInstance");
 }
 
 bool VELK_OwningJobElementProvider::_invalidParms(
@@ -397,36 +382,19 @@ bool VELK_OwningJobElementProvider::_invalidParms(
         className.equal(_replicaSvcsClassName);
     const bool isJob = className.equal(_jobClassName);
 
-    if (role.size() != 0)
-    {
-        const bool owning = String::equalNoCase(role, "OwningElement");
-        const bool owned = String::equalNoCase(role, "OwnedElement");
-        if (!owning && !owned)
-            return true;
-        if (isService && !owning)
-            return true;
-        if (isJob && !owned)
-            return true;
-    }
-
-    if (resultRole.size() != 0)
-    {
-        const bool owning = String::equalNoCase(resultRole, "OwningElement");
-        const bool owned = String::equalNoCase(resultRole, "OwnedElement");
-        if (!owning && !owned)
-            return true;
-        if (isService && !owned)
-            return true;
-        if (isJob && !owning)
-            return true;
-    }
+    // The service stands as OwningElement, the job as OwnedElement.
+    if (VELK_Common::invalidRoles(role, resultRole, "OwningElement",
+            "OwnedElement", isService, isJob))
+        return true;
 
     if (String::equalNoCase(method, "references") ||
         String::equalNoCase(method, "referenceNames"))
     {
+        static const char* const associations[] = {
+            "CIM_OwningJobElement", "VELK_OwningJobElement"
+        };
         return !resultClass.isNull() &&
-            !resultClass.equal(CIMName("CIM_OwningJobElement")) &&
-            !resultClass.equal(CIMName("VELK_OwningJobElement"));
+            !VELK_Common::isOneOf(resultClass, associations, 2);
     }
 
     if (String::equalNoCase(method, "associators") ||
@@ -443,17 +411,8 @@ bool VELK_OwningJobElementProvider::_invalidParms(
                 "CIM_StorageConfigurationService",
                 "VELK_StorageConfigurationService"
             };
-            bool known = false;
-            for (size_t i = 0; i < sizeof(reachable) / sizeof(reachable[0]);
-                 i++)
-            {
-                if (resultClass.equal(CIMName(reachable[i])))
-                {
-                    known = true;
-                    break;
-                }
-            }
-            if (!known)
+            if (!VELK_Common::isOneOf(resultClass, reachable,
+                    sizeof(reachable) / sizeof(reachable[0])))
                 return true;
         }
         if (resultClass.equal(className))
