@@ -186,26 +186,6 @@ TEST(VelkCommonProperties, SettersNeverAddAndKeepTheDeclaredType)
     EXPECT_EQ(4, VELK_Common::getProperty(inst, "JobState", v));
 }
 
-TEST(VelkCommonProperties, EmbeddedInstanceReplacesPropertyAtTheEnd)
-{
-    CIMInstance inst = jobLikeInstance();
-    CIMInstance embedded(CIMName("CIM_InstMethodCall"));
-    embedded.addProperty(
-        CIMProperty(CIMName("MethodName"), CIMValue(String("m"))));
-    VELK_Common::setPropertyValue(inst, "Name", embedded);
-    Uint32 count = inst.getPropertyCount();
-    ASSERT_EQ(4u, count);
-    CIMProperty last = inst.getProperty(count - 1);
-    EXPECT_EQ("Name", str(last.getName().getString()));
-    EXPECT_EQ(CIMTYPE_INSTANCE, last.getType());
-    CIMInstance back;
-    last.getValue().get(back);
-    EXPECT_EQ("CIM_InstMethodCall", str(back.getClassName().getString()));
-
-    VELK_Common::setPropertyValue(inst, "Absent", embedded);
-    EXPECT_EQ(4u, inst.getPropertyCount());
-}
-
 // ---------------------------------------------------------------------------
 // Date and time
 // ---------------------------------------------------------------------------

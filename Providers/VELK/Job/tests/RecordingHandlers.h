@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -133,6 +134,25 @@ public:
     void processing() override { calls.push_back("processing"); }
     void complete() override { calls.push_back("complete"); }
 };
+
+// One row of the screen of an association request: the request, and
+// whether the provider turns it away (answering nothing, with its log line).
+struct ScreenCase
+{
+    const char* source;       // what the test file makes of it
+    const char* operation;
+    const char* role;
+    const char* resultRole;
+    const char* resultClass;  // "" = null
+    bool rejected;
+};
+
+inline void PrintTo(const ScreenCase& c, std::ostream* os)
+{
+    *os << c.operation << " from " << c.source << " role=" << c.role
+        << " resultRole=" << c.resultRole << " resultClass=" << c.resultClass
+        << (c.rejected ? " rejected" : " accepted");
+}
 
 // Runs `body`, expecting a CIMException with this code and message.
 #define EXPECT_CIM_ERROR(body, code, message)                               \

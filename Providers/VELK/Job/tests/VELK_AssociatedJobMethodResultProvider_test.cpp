@@ -49,23 +49,6 @@ protected:
 
 // ---------------------------------------------------------------- screen
 
-struct ScreenCase
-{
-    const char* source;       // a path text
-    const char* operation;
-    const char* role;
-    const char* resultRole;
-    const char* resultClass;  // "" = null
-    bool rejected;
-};
-
-void PrintTo(const ScreenCase& c, std::ostream* os)
-{
-    *os << c.operation << " from " << c.source << " role=" << c.role
-        << " resultRole=" << c.resultRole << " resultClass=" << c.resultClass
-        << (c.rejected ? " rejected" : " accepted");
-}
-
 class AssociatedJobMethodResultScreen : public AssociatedJobMethodResult,
     public ::testing::WithParamInterface<ScreenCase>
 {

@@ -49,6 +49,17 @@ const Array<CIMKeyBinding>& keysOf(const CIMObjectPath& p)
     return p.getKeyBindings();
 }
 
+// Processing, one delivery and complete through the dispatch helpers; the
+// sequence the recorder saw.
+std::string dispatch(cim_handler_u h, cim_method_e m, const CIMInstance& inst,
+    const velktest::Calls& rec)
+{
+    VELK_Common::handleProcessing(h, m);
+    VELK_Common::handleDeliver(h, m, inst);
+    VELK_Common::handleComplete(h, m);
+    return rec.sequence();
+}
+
 } // namespace
 
 TEST(AssocPath, ReferencesTakeTheGivenHostAndKeepTheirOwnNamespaceAndKeys)
@@ -145,48 +156,32 @@ TEST(Dispatch, EachMethodReachesItsHandlerInItsForm)
     CIMObjectPath path = jobPath("ctl1", "KORVANE:task_id:3");
     inst.setPath(path);
 
-    const cim_method_e instanceMethods[] = {
-        VELKCIM_GETINSTANCE, VELKCIM_ENUMERATEINSTANCES };
-    for (cim_method_e m : instanceMethods)
+    for (cim_method_e m : {VELKCIM_GETINSTANCE, VELKCIM_ENUMERATEINSTANCES})
     {
         InstanceRecorder rec;
         cim_handler_u h;
         h.instanceResponse = &rec;
-        VELK_Common::handleProcessing(h, m);
-        VELK_Common::handleDeliver(h, m, inst);
-        VELK_Common::handleComplete(h, m);
-        EXPECT_EQ("processing deliver complete", rec.sequence());
+        EXPECT_EQ("processing deliver complete", dispatch(h, m, inst, rec));
         ASSERT_EQ(1u, rec.items.size());
         EXPECT_TRUE(rec.items[0].identical(inst));
     }
-
-    const cim_method_e objectMethods[] = {
-        VELKCIM_ASSOCIATORS, VELKCIM_REFERENCES };
-    for (cim_method_e m : objectMethods)
+    for (cim_method_e m : {VELKCIM_ASSOCIATORS, VELKCIM_REFERENCES})
     {
         ObjectRecorder rec;
         cim_handler_u h;
         h.objectResponse = &rec;
-        VELK_Common::handleProcessing(h, m);
-        VELK_Common::handleDeliver(h, m, inst);
-        VELK_Common::handleComplete(h, m);
-        EXPECT_EQ("processing deliver complete", rec.sequence());
+        EXPECT_EQ("processing deliver complete", dispatch(h, m, inst, rec));
         ASSERT_EQ(1u, rec.items.size());
         EXPECT_TRUE(rec.items[0].isInstance());
         EXPECT_TRUE(rec.items[0].getPath().identical(path));
     }
-
-    const cim_method_e nameMethods[] = { VELKCIM_ASSOCIATORNAMES,
-        VELKCIM_REFERENCENAMES, VELKCIM_ENUMERATEINSTANCENAMES };
-    for (cim_method_e m : nameMethods)
+    for (cim_method_e m : {VELKCIM_ASSOCIATORNAMES, VELKCIM_REFERENCENAMES,
+             VELKCIM_ENUMERATEINSTANCENAMES})
     {
         PathRecorder rec;
         cim_handler_u h;
         h.objectPathResponse = &rec;
-        VELK_Common::handleProcessing(h, m);
-        VELK_Common::handleDeliver(h, m, inst);
-        VELK_Common::handleComplete(h, m);
-        EXPECT_EQ("processing deliver complete", rec.sequence());
+        EXPECT_EQ("processing deliver complete", dispatch(h, m, inst, rec));
         ASSERT_EQ(1u, rec.items.size());
         // Only the path, with the host and namespace it carries.
         EXPECT_TRUE(rec.items[0].identical(path));

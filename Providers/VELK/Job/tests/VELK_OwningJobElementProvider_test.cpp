@@ -75,23 +75,6 @@ protected:
 
 // ---------------------------------------------------------------- screen
 
-struct ScreenCase
-{
-    const char* source;       // "storage", "replication", "job", or a class
-    const char* operation;
-    const char* role;
-    const char* resultRole;
-    const char* resultClass;  // "" = null
-    bool rejected;
-};
-
-void PrintTo(const ScreenCase& c, std::ostream* os)
-{
-    *os << c.operation << " from " << c.source << " role=" << c.role
-        << " resultRole=" << c.resultRole << " resultClass=" << c.resultClass
-        << (c.rejected ? " rejected" : " accepted");
-}
-
 class OwningJobElementScreen : public OwningJobElement,
     public ::testing::WithParamInterface<ScreenCase>
 {
@@ -213,18 +196,11 @@ TEST_F(OwningJobElement, ReferencesFromTheStorageServiceNameEveryLocalJob)
         rec.sequence());
     for (Uint32 i = 0; i < rec.items.size(); i++)
     {
+        // The path's form is the builders' (VELK_CommonAssociation_test).
         CIMInstance assoc(rec.items[i]);
         const CIMObjectPath& path = assoc.getPath();
         EXPECT_EQ(String("VELK_OwningJobElement"),
             path.getClassName().getString());
-        EXPECT_EQ(String("ctl1"), path.getHost());
-        EXPECT_EQ(String("root/velk"), path.getNameSpace().getString());
-        // The library keeps keys sorted: OwnedElement reads back first.
-        ASSERT_EQ(2u, path.getKeyBindings().size());
-        EXPECT_EQ(String("OwnedElement"),
-            path.getKeyBindings()[0].getName().getString());
-        EXPECT_EQ(String("OwningElement"),
-            path.getKeyBindings()[1].getName().getString());
 
         CIMObjectPath owned = keyRef(path, "OwnedElement");
         CIMObjectPath owning = keyRef(path, "OwningElement");
