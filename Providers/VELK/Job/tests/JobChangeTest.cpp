@@ -176,26 +176,30 @@ TEST_F(JobProviderTest, DeleteFailuresBeforeAndAfterProcessing)
 
 TEST_F(JobProviderTest, AuthorisationAnswersOfDeletion)
 {
-    // bob may browse, not edit: the array answers 2.
-    RecordingHandler bob;
-    EXPECT_CIM_ERROR(provider->deleteInstance(context("bob"),
-            jobPath("KORVANE:task_id:103"), bob),
-        CIM_ERR_ACCESS_DENIED, "Insufficient generic privilege");
-    EXPECT_TRUE(bob.calls.empty());
-
-    velksim::injectFault("api_authorizeCIMUser", 1, "", 1);
-    RecordingHandler one;
-    EXPECT_CIM_ERROR(provider->deleteInstance(context(),
-            jobPath("KORVANE:task_id:103"), one),
-        CIM_ERR_ACCESS_DENIED, "Insufficient generic privilege");
-    EXPECT_TRUE(one.calls.empty());
-
-    velksim::injectFault("api_authorizeCIMUser", 3, "", 1);
-    RecordingHandler three;
-    EXPECT_CIM_ERROR(provider->deleteInstance(context(),
-            jobPath("KORVANE:task_id:103"), three),
-        CIM_ERR_NOT_SUPPORTED, "Does not support in generic!");
-    EXPECT_TRUE(three.calls.empty());
+    // bob may browse, not edit: the array answers 2; 1 and 3 are forced.
+    struct Row
+    {
+        const char* user;
+        int answer;  // forced answer of the array, 0 = its own
+        CIMStatusCode code;
+        const char* message;
+    };
+    const Row rows[] = {
+        {"bob", 0, CIM_ERR_ACCESS_DENIED, "Insufficient generic privilege"},
+        {"alice", 1, CIM_ERR_ACCESS_DENIED, "Insufficient generic privilege"},
+        {"alice", 3, CIM_ERR_NOT_SUPPORTED, "Does not support in generic!"},
+    };
+    for (const Row& r : rows)
+    {
+        SCOPED_TRACE(r.answer);
+        if (r.answer)
+            velksim::injectFault("api_authorizeCIMUser", r.answer, "", 1);
+        RecordingHandler handler;
+        EXPECT_CIM_ERROR(provider->deleteInstance(context(r.user),
+                jobPath("KORVANE:task_id:103"), handler),
+            r.code, r.message);
+        EXPECT_TRUE(handler.calls.empty());
+    }
     EXPECT_TRUE(taskListed(103));
 
     // The operation asked about is class and operation, lower-cased.
