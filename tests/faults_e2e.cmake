@@ -1,7 +1,6 @@
 # Faults end to end: failing array calls and semaphore time-outs under load
 # (in-process server), SIGKILL and restart, hang-ups, oversized bodies.
 if(TARGET cimhost AND TARGET cimhost_core AND TARGET VELK_JobProvider AND TARGET pegclient)
-  include(${CMAKE_CURRENT_LIST_DIR}/support/e2e_support.cmake)
   find_package(nlohmann_json REQUIRED)
   velk_test(faults_e2e_test SOURCES ${CMAKE_CURRENT_LIST_DIR}/FaultE2ETest.cpp
     LIBS e2e_support cimhost_core pegclient velkapi nlohmann_json::nlohmann_json)
