@@ -37,7 +37,7 @@ TEST_F(JobProviderTest, SystemIdentityFromTheInternalCacheObject)
     EXPECT_EQ("velkarray1", str(VELK_Common::getSystemHostName(handle)));
     EXPECT_EQ("ArrayOne", str(VELK_Common::getSystemName(handle)));
     EXPECT_EQ("ArrayOne", str(VELK_Common::getSystemName()));
-    std::vector<std::string> traces = logTexts(4);
+    std::vector<std::string> traces = logged(4);
     EXPECT_EQ(3, std::count(traces.begin(), traces.end(),
         "-->VELK_Common::invokeMethod()\n"));
     EXPECT_EQ(3, std::count(traces.begin(), traces.end(),
@@ -54,7 +54,7 @@ TEST_F(JobProviderTest, WithoutTheLocalSocketOnlyTheSystemNameIsFound)
     EXPECT_ANY_THROW(VELK_Common::getSystemHostName(handle));
     EXPECT_ANY_THROW(VELK_Common::getSystemName());
     // A failed call leaves no exit line.
-    std::vector<std::string> traces = logTexts(4);
+    std::vector<std::string> traces = logged(4);
     EXPECT_EQ(3, std::count(traces.begin(), traces.end(),
         "-->VELK_Common::invokeMethod()\n"));
     EXPECT_EQ(0, std::count(traces.begin(), traces.end(),

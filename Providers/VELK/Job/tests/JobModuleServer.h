@@ -18,6 +18,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <Pegasus/Common/CIMPropertyList.h>
+#include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/OperationContext.h>
 #include <Pegasus/Provider/CIMOMHandle.h>
 
@@ -26,6 +28,8 @@
 #include "VELK_MethodResultProvider.h"
 #include <VELK_InternalCacheService.h>
 #include <velkapi_control.hpp>
+
+#include "RecordingHandlers.h"
 
 namespace velktest
 {
@@ -225,6 +229,74 @@ inline bool sameObject(Pegasus::CIMObjectPath a, Pegasus::CIMObjectPath b)
     a.setHost(Pegasus::String::EMPTY);
     b.setHost(Pegasus::String::EMPTY);
     return a.identical(b);
+}
+
+// Sends one request of a screen row to an association provider named
+// `name`. A rejected request delivers nothing and leaves the provider's
+// "invalid params" line; an accepted one leaves no such line. Only an
+// accepted request may fail later, on reading the other end, and only when
+// `mayFail`.
+template <class Provider>
+void checkScreen(Provider& provider, const std::string& name,
+    const Pegasus::OperationContext& context,
+    const Pegasus::CIMObjectPath& source, const Pegasus::CIMName& assocClass,
+    const ScreenCase& c, bool mayFail)
+{
+    using namespace Pegasus;
+    const CIMName resultClass =
+        *c.resultClass ? CIMName(c.resultClass) : CIMName();
+    const std::string op = c.operation;
+    const std::string tail = std::string("resultClass = ") + c.resultClass;
+    const std::string prefix = name + "::" + op + ": invalid params: ";
+    ObjectRecorder objects;
+    PathRecorder paths;
+    Calls* calls = &paths;
+    std::string line;
+    try
+    {
+        if (op == "associators")
+        {
+            calls = &objects;
+            line = prefix + tail + " \n";
+            provider.associators(context, source, assocClass, resultClass,
+                c.role, c.resultRole, false, false, CIMPropertyList(),
+                objects);
+        }
+        else if (op == "associatorNames")
+        {
+            line = prefix + "associationClass = " +
+                (const char*)assocClass.getString().getCString() + ", " +
+                tail + "\n";
+            provider.associatorNames(context, source, assocClass,
+                resultClass, c.role, c.resultRole, paths);
+        }
+        else if (op == "references")
+        {
+            calls = &objects;
+            line = prefix + "role = " + c.role + ", " + tail + " \n";
+            provider.references(context, source, resultClass, c.role, false,
+                false, CIMPropertyList(), objects);
+        }
+        else
+        {
+            line = prefix + "role = " + c.role + ", " + tail + " \n";
+            provider.referenceNames(context, source, resultClass, c.role,
+                paths);
+        }
+    }
+    catch (const CIMException&)
+    {
+        EXPECT_TRUE(mayFail && !c.rejected);
+    }
+    if (c.rejected)
+    {
+        EXPECT_TRUE(calls->calls.empty()) << calls->sequence();
+        EXPECT_TRUE(loggedLine(2, line)) << line;
+    }
+    else
+    {
+        EXPECT_FALSE(loggedLine(2, line)) << line;
+    }
 }
 
 } // namespace velktest

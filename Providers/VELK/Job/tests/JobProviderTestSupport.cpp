@@ -150,20 +150,6 @@ CIMObjectPath JobProviderTest::classPath(const char* className)
         CIMName(className));
 }
 
-std::vector<velksim::LogLine> JobProviderTest::logLines()
-{
-    return velksim::logLines();
-}
-
-std::vector<std::string> JobProviderTest::logTexts(int level)
-{
-    std::vector<std::string> out;
-    for (const auto& line : velksim::logLines())
-        if (line.level == level)
-            out.push_back(line.text);
-    return out;
-}
-
 std::vector<CIMInstance> JobProviderTest::enumerate()
 {
     RecordingInstanceHandler handler;

@@ -50,6 +50,10 @@ typedef velktest::PathRecorder RecordingPathHandler;
 typedef velktest::PlainRecorder RecordingHandler;
 typedef velktest::MethodRecorder RecordingMethodHandler;
 
+// The captured log lines of one level, and whether one of them is `text`.
+using velktest::logged;
+using velktest::loggedLine;
+
 // ---- the fixture ----
 
 class JobProviderTest : public ::testing::Test
@@ -73,8 +77,6 @@ protected:
     CIMObjectPath classPath(const char* className = "VELK_ConcreteJob");
 
     // Log lines captured since the last clearCaptured().
-    std::vector<velksim::LogLine> logLines();
-    std::vector<std::string> logTexts(int level);
 
     std::vector<CIMInstance> enumerate();
 

@@ -60,70 +60,9 @@ TEST_P(AssociatedJobMethodResultScreen, RejectsSilentlyWithItsLogLine)
     CIMObjectPath source(c.source);
     source.setHost("ctl1");
     source.setNameSpace(CIMNamespaceName("root/velk"));
-    const CIMName resultClass =
-        *c.resultClass ? CIMName(c.resultClass) : CIMName();
-    const CIMName assocClass("VELK_AssociatedJobMethodResult");
-    const std::string op = c.operation;
-
-    Calls* calls = nullptr;
-    ObjectRecorder objects;
-    PathRecorder paths;
-    std::string line;
-    try
-    {
-        if (op == "associators")
-        {
-            calls = &objects;
-            line = "VELK_AssociatedJobMethodResultProvider::associators: "
-                "invalid params: resultClass = " +
-                std::string(c.resultClass) + " \n";
-            provider->associators(root, source, assocClass, resultClass,
-                c.role, c.resultRole, false, false, CIMPropertyList(),
-                objects);
-        }
-        else if (op == "associatorNames")
-        {
-            calls = &paths;
-            line = "VELK_AssociatedJobMethodResultProvider::associatorNames: "
-                "invalid params: associationClass = "
-                "VELK_AssociatedJobMethodResult, resultClass = " +
-                std::string(c.resultClass) + "\n";
-            provider->associatorNames(root, source, assocClass, resultClass,
-                c.role, c.resultRole, paths);
-        }
-        else if (op == "references")
-        {
-            calls = &objects;
-            line = "VELK_AssociatedJobMethodResultProvider::references: "
-                "invalid params: role = " + std::string(c.role) +
-                ", resultClass = " + std::string(c.resultClass) + " \n";
-            provider->references(root, source, resultClass, c.role, false,
-                false, CIMPropertyList(), objects);
-        }
-        else
-        {
-            calls = &paths;
-            line = "VELK_AssociatedJobMethodResultProvider::referenceNames: "
-                "invalid params: role = " + std::string(c.role) +
-                ", resultClass = " + std::string(c.resultClass) + " \n";
-            provider->referenceNames(root, source, resultClass, c.role, paths);
-        }
-    }
-    catch (const CIMException&)
-    {
-        // Only an accepted request reads the other end.
-        EXPECT_FALSE(c.rejected);
-    }
-
-    if (c.rejected)
-    {
-        EXPECT_TRUE(calls->calls.empty()) << calls->sequence();
-        EXPECT_TRUE(loggedLine(2, line)) << line;
-    }
-    else
-    {
-        EXPECT_FALSE(loggedLine(2, line)) << line;
-    }
+    // Only an accepted request reads the other end, and may fail there.
+    checkScreen(*provider, "VELK_AssociatedJobMethodResultProvider", root,
+        source, CIMName("VELK_AssociatedJobMethodResult"), c, true);
 }
 
 #define JOB1 "VELK_ConcreteJob.InstanceID=\"KORVANE:task_id:1\""
@@ -216,16 +155,10 @@ TEST_F(AssociatedJobMethodResult, ReferencesPutEachEndInItsRole)
         false, CIMPropertyList(), fromJob);
     EXPECT_EQ("processing deliver complete", fromJob.sequence());
     ASSERT_EQ(1u, fromJob.items.size());
+    // The path's form is the builders' (VELK_CommonAssociation_test).
     const CIMObjectPath& assoc = fromJob.items[0].getPath();
-    EXPECT_EQ(String("VELK_AssociatedJobMethodResult"),
-        assoc.getClassName().getString());
-    // Sorted by the library: Job before JobParameters.
-    ASSERT_EQ(2u, assoc.getKeyBindings().size());
-    EXPECT_EQ(String("Job"), assoc.getKeyBindings()[0].getName().getString());
     EXPECT_TRUE(keyRef(assoc, "Job").identical(jobPath(8)));
     EXPECT_TRUE(keyRef(assoc, "JobParameters").identical(resultPath(8)));
-    EXPECT_EQ(String("ctl1"), keyRef(assoc, "Job").getHost());
-    EXPECT_EQ(String("ctl1"), keyRef(assoc, "JobParameters").getHost());
 
     PathRecorder fromResult;
     provider->referenceNames(root, resultPath(8), CIMName(), String::EMPTY,
@@ -273,8 +206,6 @@ TEST_F(AssociatedJobMethodResult, EnumerationPairsEveryJob)
     {
         const CIMObjectPath& p = instances.items[i].getPath();
         EXPECT_TRUE(p.identical(names.items[i]));
-        EXPECT_EQ(jobId(tasks[i]),
-            keyRef(p, "JobParameters").getKeyBindings()[0].getValue());
         EXPECT_TRUE(keyRef(p, "JobParameters").identical(resultPath(tasks[i])));
         EXPECT_EQ(jobId(tasks[i]),
             keyRef(p, "Job").getKeyBindings()[0].getValue());
