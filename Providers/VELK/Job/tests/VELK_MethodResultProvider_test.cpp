@@ -483,34 +483,18 @@ TEST_F(MethodResult, GuardAndRefusedOperations)
 
 // A job class without JobType: the jobs carry no type, so their indications
 // name no method and hold no parameters.
-class MethodResultWithoutJobType : public ::testing::Test
+TEST(MethodResultWithoutJobType, IndicationsWithAnEmptyMethodName)
 {
-protected:
-    static void SetUpTestSuite()
-    {
-        server = new JobModuleServer(kLocalOnlyArray,
-            [](const std::string& schema) {
-                const std::string file = schema + "/velk/VELK_ConcreteJob.mof";
-                std::string mof = readFile(file);
-                const std::string from = " JobType;";
-                size_t at = mof.find(from);
-                if (at == std::string::npos)
-                    throw std::runtime_error("JobType not declared");
-                mof.replace(at, from.size(), " JobKind;");
-                writeFile(file, mof);
-            });
-    }
-    static void TearDownTestSuite()
-    {
-        delete server;
-        server = nullptr;
-    }
-};
-
-TEST_F(MethodResultWithoutJobType, IndicationsWithAnEmptyMethodName)
-{
+    JobModuleServer patched(kLocalOnlyArray, [](const std::string& schema) {
+        const std::string file = schema + "/velk/VELK_ConcreteJob.mof";
+        std::string mof = readFile(file);
+        size_t at = mof.find(" JobType;");
+        if (at == std::string::npos)
+            throw std::runtime_error("JobType not declared");
+        writeFile(file, mof.replace(at, 9, " JobKind;"));
+    });
     VELK_MethodResultProvider* provider = new VELK_MethodResultProvider();
-    CIMOMHandle handle = server->handle();
+    CIMOMHandle handle = patched.handle();
     provider->initialize(handle);
     InstanceRecorder rec;
     provider->enumerateInstances(userContext("root"),

@@ -375,35 +375,27 @@ TEST_F(OwningJobElement, UnreadableArrayIsAnsweredWithNothing)
 
     const std::string problem = "VELK_OwningJobElementProvider::"
         "_deliverRelatedInstances: Problem getting tasks\n";
-
-    velksim::injectFault("api_getTasks", 5, "task list unavailable", 1);
-    PathRecorder a;
-    provider->enumerateInstanceNames(root,
-        CIMObjectPath("VELK_OwningJobElement"), a);
-    EXPECT_TRUE(a.calls.empty());
-    EXPECT_TRUE(loggedLine(2, problem));
-
-    velksim::clearCaptured();
-    velksim::injectSemaphoreTimeout(1);
-    PathRecorder b;
-    provider->enumerateInstanceNames(root,
-        CIMObjectPath("VELK_OwningJobElement"), b);
-    EXPECT_TRUE(b.calls.empty());
-    EXPECT_TRUE(loggedLine(2, problem));
-
-    velksim::clearCaptured();
-    velksim::injectFault("api_getRCopy", 7, "remote copy not configured", 1);
-    InstanceRecorder c;
-    provider->enumerateInstances(root,
-        CIMObjectPath("VELK_OwningJobElement"), false, false,
-        CIMPropertyList(), c);
-    EXPECT_TRUE(c.calls.empty());
-    bool seen = false;
-    const std::string prefix = "VELK_OwningJobElementProvider::"
-        "_deliverRelatedInstances():api_getRCopy error (7): ";
-    for (const std::string& l : logged(2))
-        seen = seen || l.compare(0, prefix.size(), prefix) == 0;
-    EXPECT_TRUE(seen);
+    const std::vector<std::pair<std::function<void()>, std::string>> faults = {
+        {[] { velksim::injectFault("api_getTasks", 5, "task list unavailable",
+                  1); }, problem},
+        {[] { velksim::injectSemaphoreTimeout(1); }, problem},
+        {[] { velksim::injectFault("api_getRCopy", 7,
+                  "remote copy not configured", 1); },
+            "VELK_OwningJobElementProvider::_deliverRelatedInstances():"
+            "api_getRCopy error (7): remote copy not configured\n"},
+    };
+    for (const auto& f : faults)
+    {
+        SCOPED_TRACE(f.second);
+        velksim::clearCaptured();
+        f.first();
+        InstanceRecorder rec;
+        provider->enumerateInstances(root,
+            CIMObjectPath("VELK_OwningJobElement"), false, false,
+            CIMPropertyList(), rec);
+        EXPECT_TRUE(rec.calls.empty());
+        EXPECT_TRUE(loggedLine(2, f.second));
+    }
 
     // Nothing held: the next request is answered in full.
     velksim::clearFaults();
@@ -469,36 +461,21 @@ TEST_F(OwningJobElement, DeniedUserIsRefusedAndChangesAreNotSupported)
 
 // A server that serves no replication service: no job has all its owners,
 // so every request is answered with nothing.
-class OwningJobElementWithoutReplicationService : public ::testing::Test
+TEST(OwningJobElementWithoutReplicationService, EveryRequestYieldsNothing)
 {
-protected:
-    static void SetUpTestSuite()
-    {
-        server = new JobModuleServer(kJobArray, [](const std::string& schema) {
-            const std::string file =
-                schema + "/registration/VELK_ServiceProvider.mof";
-            std::string mof = readFile(file);
-            const std::string marker = "CapabilityID = \"VELK_ReplicationService\";";
-            size_t at = mof.find(marker);
-            if (at == std::string::npos)
-                throw std::runtime_error("no replication capability");
-            size_t begin = mof.rfind("instance of", at);
-            size_t end = mof.find("\n};", at) + 3;
-            mof.erase(begin, end - begin);
-            writeFile(file, mof);
-        });
-    }
-    static void TearDownTestSuite()
-    {
-        delete server;
-        server = nullptr;
-    }
-};
-
-TEST_F(OwningJobElementWithoutReplicationService, EveryRequestYieldsNothing)
-{
+    JobModuleServer patched(kJobArray, [](const std::string& schema) {
+        const std::string file =
+            schema + "/registration/VELK_ServiceProvider.mof";
+        std::string mof = readFile(file);
+        size_t at = mof.find("CapabilityID = \"VELK_ReplicationService\";");
+        if (at == std::string::npos)
+            throw std::runtime_error("no replication capability");
+        size_t begin = mof.rfind("instance of", at);
+        mof.erase(begin, mof.find("\n};", at) + 3 - begin);
+        writeFile(file, mof);
+    });
     VELK_OwningJobElementProvider* provider = new VELK_OwningJobElementProvider();
-    CIMOMHandle handle = server->handle();
+    CIMOMHandle handle = patched.handle();
     provider->initialize(handle);
     velksim::clearCaptured();
     OperationContext root = userContext("root");
