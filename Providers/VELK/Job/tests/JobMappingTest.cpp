@@ -23,10 +23,7 @@ extern "C" CIMProvider* PegasusCreateProvider(const String& providerName);
 namespace
 {
 
-std::string str(const String& s)
-{
-    return std::string((const char*)s.getCString());
-}
+using velktest::str;
 
 tsk_data_v103 task(task_e type, bool done = false, bool cancelled = false,
     int error = 0)

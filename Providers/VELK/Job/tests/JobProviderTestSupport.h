@@ -32,10 +32,8 @@ namespace jobtest
 
 using namespace Pegasus;
 
-inline std::string str(const String& s)
-{
-    return std::string((const char*)s.getCString());
-}
+using velktest::propertyNames;
+using velktest::str;
 
 // The array clock of every test: 2023-11-14 22:13:20 UTC.
 const std::int64_t T0 = 1700000000;

@@ -21,6 +21,21 @@
 namespace velktest
 {
 
+inline std::string str(const Pegasus::String& s)
+{
+    return std::string((const char*)s.getCString());
+}
+
+// The names of an instance's properties, in their order.
+inline std::vector<std::string> propertyNames(
+    const Pegasus::CIMInstance& inst)
+{
+    std::vector<std::string> names;
+    for (Pegasus::Uint32 i = 0; i < inst.getPropertyCount(); i++)
+        names.push_back(str(inst.getProperty(i).getName().getString()));
+    return names;
+}
+
 struct Calls
 {
     std::vector<std::string> calls;

@@ -26,18 +26,6 @@ JobModuleServer* server = nullptr;
 
 const CIMNamespaceName NS("root/velk");
 
-// Properties of a bare instance, by name, in their order.
-std::vector<std::string> propertyNames(const CIMInstance& inst)
-{
-    std::vector<std::string> names;
-    for (Uint32 i = 0; i < inst.getPropertyCount(); i++)
-    {
-        names.push_back(
-            (const char*)inst.getProperty(i).getName().getString().getCString());
-    }
-    return names;
-}
-
 CIMValue valueOf(const CIMInstance& inst, const char* name)
 {
     Uint32 i = inst.findProperty(CIMName(name));
