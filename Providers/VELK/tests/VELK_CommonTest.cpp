@@ -15,7 +15,11 @@
 
 #include "VELK_Common.h"
 
+#include "ArrayTestSupport.h"
+
 using namespace Pegasus;
+using velktest::LogCapture;
+using velktest::TimeZone;
 
 namespace
 {
@@ -24,53 +28,6 @@ std::string str(const String& s)
 {
     return std::string((const char*)s.getCString());
 }
-
-// Captures the log lines of the library for one test.
-class LogCapture
-{
-public:
-    LogCapture()
-    {
-        velksim::setCapture(true);
-        velksim::clearCaptured();
-    }
-    ~LogCapture() { velksim::setCapture(false); }
-    std::vector<std::string> texts(int level = 0)
-    {
-        std::vector<std::string> out;
-        for (const auto& line : velksim::logLines())
-            if (level == 0 || line.level == level)
-                out.push_back(line.text);
-        return out;
-    }
-};
-
-// Sets TZ for the scope and restores it.
-class TimeZone
-{
-public:
-    explicit TimeZone(const char* tz)
-    {
-        const char* old = getenv("TZ");
-        _had = old != 0;
-        if (_had)
-            _old = old;
-        setenv("TZ", tz, 1);
-        tzset();
-    }
-    ~TimeZone()
-    {
-        if (_had)
-            setenv("TZ", _old.c_str(), 1);
-        else
-            unsetenv("TZ");
-        tzset();
-    }
-
-private:
-    bool _had;
-    std::string _old;
-};
 
 CIMInstance jobLikeInstance()
 {
@@ -93,20 +50,6 @@ CIMObjectPath jobPath(const char* host, const char* ns, const char* cls,
     return CIMObjectPath(String(host), ns ? CIMNamespaceName(ns)
         : CIMNamespaceName(), CIMName(cls), keys);
 }
-
-// No log or event files of the array for these tests.
-class QuietArray : public ::testing::Environment
-{
-public:
-    void SetUp() override
-    {
-        velksim::setLogFile("");
-        velksim::setEventLogFile("");
-    }
-};
-
-::testing::Environment* const quietArray =
-    ::testing::AddGlobalTestEnvironment(new QuietArray);
 
 } // namespace
 

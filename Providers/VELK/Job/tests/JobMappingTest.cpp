@@ -15,6 +15,7 @@
 
 #include "VELK_ConcreteJobProvider.h"
 #include "RecordingHandlers.h"
+#include "../../tests/ArrayTestSupport.h"
 
 using namespace Pegasus;
 
@@ -23,6 +24,7 @@ extern "C" CIMProvider* PegasusCreateProvider(const String& providerName);
 namespace
 {
 
+using velktest::LogCapture;
 using velktest::str;
 
 tsk_data_v103 task(task_e type, bool done = false, bool cancelled = false,
@@ -65,33 +67,7 @@ std::vector<std::string> vec(const Array<String>& a)
     return v;
 }
 
-class LogCapture
-{
-public:
-    LogCapture()
-    {
-        velksim::setCapture(true);
-        velksim::clearCaptured();
-    }
-    ~LogCapture() { velksim::setCapture(false); }
-    std::vector<velksim::LogLine> lines() { return velksim::logLines(); }
-};
-
 typedef VELK_ConcreteJobProvider P;
-
-// No log or event files of the array for these tests.
-class QuietArray : public ::testing::Environment
-{
-public:
-    void SetUp() override
-    {
-        velksim::setLogFile("");
-        velksim::setEventLogFile("");
-    }
-};
-
-::testing::Environment* const quietArray =
-    ::testing::AddGlobalTestEnvironment(new QuietArray);
 
 } // namespace
 

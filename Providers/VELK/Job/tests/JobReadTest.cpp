@@ -14,8 +14,11 @@
 
 #include "VELK_Common.h"
 
+#include "../../tests/ArrayTestSupport.h"
+
 using namespace jobtest;
 using namespace Pegasus;
+using velktest::TimeZone;
 
 namespace
 {
@@ -49,32 +52,6 @@ std::string dateProp(const CIMInstance& inst, const char* name)
     v.get(d);
     return str(d.toString());
 }
-
-class ScopedTZ
-{
-public:
-    explicit ScopedTZ(const char* tz)
-    {
-        const char* old = getenv("TZ");
-        _had = old != 0;
-        if (_had)
-            _old = old;
-        setenv("TZ", tz, 1);
-        tzset();
-    }
-    ~ScopedTZ()
-    {
-        if (_had)
-            setenv("TZ", _old.c_str(), 1);
-        else
-            unsetenv("TZ");
-        tzset();
-    }
-
-private:
-    bool _had;
-    std::string _old;
-};
 
 const std::vector<std::string> kJobs = {"KORVANE:task_id:101",
     "KORVANE:task_id:103", "KORVANE:task_id:104", "KORVANE:task_id:105",
@@ -149,7 +126,7 @@ TEST_F(JobProviderTest, NothingToShowIsAnEmptySuccess)
 
 TEST_F(JobProviderTest, RunningCopyJob)
 {
-    ScopedTZ tz("UTC0");
+    TimeZone tz("UTC0");
     std::vector<CIMInstance> jobs = enumerate();
     const CIMInstance* job = byTask(jobs, 101);
     ASSERT_TRUE(job != 0);
@@ -188,7 +165,7 @@ TEST_F(JobProviderTest, RunningCopyJob)
 
 TEST_F(JobProviderTest, EndedJobsInEveryState)
 {
-    ScopedTZ tz("EST5");
+    TimeZone tz("EST5");
     std::vector<CIMInstance> jobs = enumerate();
 
     const CIMInstance* failover = byTask(jobs, 103);
@@ -263,7 +240,7 @@ TEST_F(JobProviderTest, RemoteCopyJobsByType)
 
 TEST_F(JobProviderTest, OnlineCopyTakesItsSourceFromTheDetailText)
 {
-    ScopedTZ tz("UTC0");
+    TimeZone tz("UTC0");
     std::vector<CIMInstance> jobs = enumerate();
     const CIMInstance* online = byTask(jobs, 106);
     ASSERT_TRUE(online != 0);
