@@ -723,6 +723,45 @@ std::vector<CIMName> Router::associationClassesFor(const CIMNamespaceName& nameS
     return result;
 }
 
+template <class Collector, class Result, class Call>
+Array<Result> Router::gatherAssociations(const CIMNamespaceName& nameSpace,
+    const CIMObjectPath& objectName, const CIMName& filter, const String& role, Call call)
+{
+    checkClass(nameSpace, objectName.getClassName());
+    Array<Result> result;
+    for (const CIMName& a : associationClassesFor(
+             nameSpace, objectName.getClassName(), filter, role))
+    {
+        const ProviderCapability* cap =
+            _registry.find(nameSpace, a, PROVIDER_TYPE_ASSOCIATION);
+        if (!cap)
+            continue;
+        ProviderManager::Lease l = lease(*cap);
+        CIMAssociationProvider* provider = providerInterface<CIMAssociationProvider>(l);
+        Collector handler;
+        callProvider([&] { call(provider, a, handler); });
+        Array<Result> got = handler.results();
+        for (Uint32 i = 0; i < got.size(); i++)
+        {
+            completeResult(got[i], nameSpace);
+            result.append(got[i]);
+        }
+    }
+    return result;
+}
+
+void Router::completeResult(CIMObject& object, const CIMNamespaceName& nameSpace) const
+{
+    CIMObjectPath p = object.getPath();
+    completePath(p, nameSpace);
+    object.setPath(p);
+}
+
+void Router::completeResult(CIMObjectPath& path, const CIMNamespaceName& nameSpace) const
+{
+    completePath(path, nameSpace);
+}
+
 Array<CIMObject> Router::associators(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMObjectPath& objectName,
     const CIMName& assocClass, const CIMName& resultClass, const String& role,
@@ -732,31 +771,11 @@ Array<CIMObject> Router::associators(const OperationContext& context,
     checkClass(nameSpace, objectName.getClassName());
     OperationContext ctx = providerContext(context);
     CIMObjectPath path = providerPath(objectName, nameSpace);
-    Array<CIMObject> result;
-    for (const CIMName& a : associationClassesFor(
-             nameSpace, objectName.getClassName(), assocClass, role))
-    {
-        const ProviderCapability* cap =
-            _registry.find(nameSpace, a, PROVIDER_TYPE_ASSOCIATION);
-        if (!cap)
-            continue;
-        ProviderManager::Lease l = lease(*cap);
-        CIMAssociationProvider* provider = providerInterface<CIMAssociationProvider>(l);
-        ObjectCollector handler;
-        callProvider([&] {
+    return gatherAssociations<ObjectCollector, CIMObject>(nameSpace, objectName, assocClass,
+        role, [&](CIMAssociationProvider* provider, const CIMName& a, ObjectCollector& h) {
             provider->associators(ctx, path, a, resultClass, role, resultRole,
-                includeQualifiers, includeClassOrigin, propertyList, handler);
+                includeQualifiers, includeClassOrigin, propertyList, h);
         });
-        Array<CIMObject> got = handler.results();
-        for (Uint32 i = 0; i < got.size(); i++)
-        {
-            CIMObjectPath p = got[i].getPath();
-            completePath(p, nameSpace);
-            got[i].setPath(p);
-            result.append(got[i]);
-        }
-    }
-    return result;
 }
 
 Array<CIMObjectPath> Router::associatorNames(const OperationContext& context,
@@ -767,29 +786,11 @@ Array<CIMObjectPath> Router::associatorNames(const OperationContext& context,
     checkClass(nameSpace, objectName.getClassName());
     OperationContext ctx = providerContext(context);
     CIMObjectPath path = providerPath(objectName, nameSpace);
-    Array<CIMObjectPath> result;
-    for (const CIMName& a : associationClassesFor(
-             nameSpace, objectName.getClassName(), assocClass, role))
-    {
-        const ProviderCapability* cap =
-            _registry.find(nameSpace, a, PROVIDER_TYPE_ASSOCIATION);
-        if (!cap)
-            continue;
-        ProviderManager::Lease l = lease(*cap);
-        CIMAssociationProvider* provider = providerInterface<CIMAssociationProvider>(l);
-        ObjectPathCollector handler;
-        callProvider([&] {
-            provider->associatorNames(ctx, path, a, resultClass, role, resultRole,
-                handler);
+    return gatherAssociations<ObjectPathCollector, CIMObjectPath>(nameSpace, objectName,
+        assocClass, role,
+        [&](CIMAssociationProvider* provider, const CIMName& a, ObjectPathCollector& h) {
+            provider->associatorNames(ctx, path, a, resultClass, role, resultRole, h);
         });
-        Array<CIMObjectPath> got = handler.results();
-        for (Uint32 i = 0; i < got.size(); i++)
-        {
-            completePath(got[i], nameSpace);
-            result.append(got[i]);
-        }
-    }
-    return result;
 }
 
 Array<CIMObject> Router::references(const OperationContext& context,
@@ -800,31 +801,11 @@ Array<CIMObject> Router::references(const OperationContext& context,
     checkClass(nameSpace, objectName.getClassName());
     OperationContext ctx = providerContext(context);
     CIMObjectPath path = providerPath(objectName, nameSpace);
-    Array<CIMObject> result;
-    for (const CIMName& a : associationClassesFor(
-             nameSpace, objectName.getClassName(), resultClass, role))
-    {
-        const ProviderCapability* cap =
-            _registry.find(nameSpace, a, PROVIDER_TYPE_ASSOCIATION);
-        if (!cap)
-            continue;
-        ProviderManager::Lease l = lease(*cap);
-        CIMAssociationProvider* provider = providerInterface<CIMAssociationProvider>(l);
-        ObjectCollector handler;
-        callProvider([&] {
-            provider->references(ctx, path, a, role, includeQualifiers,
-                includeClassOrigin, propertyList, handler);
+    return gatherAssociations<ObjectCollector, CIMObject>(nameSpace, objectName, resultClass,
+        role, [&](CIMAssociationProvider* provider, const CIMName& a, ObjectCollector& h) {
+            provider->references(ctx, path, a, role, includeQualifiers, includeClassOrigin,
+                propertyList, h);
         });
-        Array<CIMObject> got = handler.results();
-        for (Uint32 i = 0; i < got.size(); i++)
-        {
-            CIMObjectPath p = got[i].getPath();
-            completePath(p, nameSpace);
-            got[i].setPath(p);
-            result.append(got[i]);
-        }
-    }
-    return result;
 }
 
 Array<CIMObjectPath> Router::referenceNames(const OperationContext& context,
@@ -834,26 +815,11 @@ Array<CIMObjectPath> Router::referenceNames(const OperationContext& context,
     checkClass(nameSpace, objectName.getClassName());
     OperationContext ctx = providerContext(context);
     CIMObjectPath path = providerPath(objectName, nameSpace);
-    Array<CIMObjectPath> result;
-    for (const CIMName& a : associationClassesFor(
-             nameSpace, objectName.getClassName(), resultClass, role))
-    {
-        const ProviderCapability* cap =
-            _registry.find(nameSpace, a, PROVIDER_TYPE_ASSOCIATION);
-        if (!cap)
-            continue;
-        ProviderManager::Lease l = lease(*cap);
-        CIMAssociationProvider* provider = providerInterface<CIMAssociationProvider>(l);
-        ObjectPathCollector handler;
-        callProvider([&] { provider->referenceNames(ctx, path, a, role, handler); });
-        Array<CIMObjectPath> got = handler.results();
-        for (Uint32 i = 0; i < got.size(); i++)
-        {
-            completePath(got[i], nameSpace);
-            result.append(got[i]);
-        }
-    }
-    return result;
+    return gatherAssociations<ObjectPathCollector, CIMObjectPath>(nameSpace, objectName,
+        resultClass, role,
+        [&](CIMAssociationProvider* provider, const CIMName& a, ObjectPathCollector& h) {
+            provider->referenceNames(ctx, path, a, role, h);
+        });
 }
 
 // ---- properties: through getInstance / modifyInstance

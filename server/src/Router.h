@@ -195,6 +195,18 @@ private:
         const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& objectClass,
         const Pegasus::CIMName& filter, const Pegasus::String& role);
     void invalidateClassCaches();
+    // Runs `call(provider, associationClass, handler)` on the association
+    // provider of every association class that can link objects of
+    // `objectName`'s class (narrowed by `filter` and `role`), and gathers what
+    // they delivered, with host and namespace completed.
+    template <class Collector, class Result, class Call>
+    Pegasus::Array<Result> gatherAssociations(const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMObjectPath& objectName, const Pegasus::CIMName& filter,
+        const Pegasus::String& role, Call call);
+    void completeResult(Pegasus::CIMObject& object,
+        const Pegasus::CIMNamespaceName& nameSpace) const;
+    void completeResult(Pegasus::CIMObjectPath& path,
+        const Pegasus::CIMNamespaceName& nameSpace) const;
 
     Repository& _repository;
     const ProviderRegistry& _registry;
