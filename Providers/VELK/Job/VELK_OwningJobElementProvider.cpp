@@ -84,19 +84,8 @@ void VELK_OwningJobElementProvider::associators(
         return;
     }
 
-    try
-    {
-        _cimom.getInstance(context, CIMNamespaceName(NAMESPACE_VELK),
-            objectName, false, false, false, CIMPropertyList(Array<CIMName>()));
-    }
-    catch (...)
-    {
-        log_message(2,
-            "VELK_OwningJobElementProvider::%s\n\t error trying to "
-            "getInstance of %s \n ",
-            "associators", cstr(objectName.toString().getCString()));
+    if (!_sourceExists(context, objectName, "associators"))
         return;
-    }
 
     cim_handler_u h;
     h.objectResponse = &handler;
@@ -134,19 +123,8 @@ void VELK_OwningJobElementProvider::associatorNames(
         return;
     }
 
-    try
-    {
-        _cimom.getInstance(context, CIMNamespaceName(NAMESPACE_VELK),
-            objectName, false, false, false, CIMPropertyList(Array<CIMName>()));
-    }
-    catch (...)
-    {
-        log_message(2,
-            "VELK_OwningJobElementProvider::%s\n\t error trying to "
-            "getInstance of %s \n ",
-            "associatorNames", cstr(objectName.toString().getCString()));
+    if (!_sourceExists(context, objectName, "associatorNames"))
         return;
-    }
 
     cim_handler_u h;
     h.objectPathResponse = &handler;
@@ -185,19 +163,8 @@ void VELK_OwningJobElementProvider::references(
         return;
     }
 
-    try
-    {
-        _cimom.getInstance(context, CIMNamespaceName(NAMESPACE_VELK),
-            objectName, false, false, false, CIMPropertyList(Array<CIMName>()));
-    }
-    catch (...)
-    {
-        log_message(2,
-            "VELK_OwningJobElementProvider::%s\n\t error trying to "
-            "getInstance of %s \n ",
-            "references", cstr(objectName.toString().getCString()));
+    if (!_sourceExists(context, objectName, "references"))
         return;
-    }
 
     cim_handler_u h;
     h.objectResponse = &handler;
@@ -232,19 +199,8 @@ void VELK_OwningJobElementProvider::referenceNames(
         return;
     }
 
-    try
-    {
-        _cimom.getInstance(context, CIMNamespaceName(NAMESPACE_VELK),
-            objectName, false, false, false, CIMPropertyList(Array<CIMName>()));
-    }
-    catch (...)
-    {
-        log_message(2,
-            "VELK_OwningJobElementProvider::%s\n\t error trying to "
-            "getInstance of %s \n ",
-            "referenceNames", cstr(objectName.toString().getCString()));
+    if (!_sourceExists(context, objectName, "referenceNames"))
         return;
-    }
 
     cim_handler_u h;
     h.objectPathResponse = &handler;
@@ -672,6 +628,27 @@ CIMInstance VELK_OwningJobElementProvider::_buildAssociationInstance(
     return VELK_Common::buildAssocInstance(_assoClassName, "OwningElement",
         "OwnedElement", svcPath, jobPath, assocClass, _hostAddr,
         NAMESPACE_VELK);
+}
+
+// The source object of an association request must exist; when the server
+// cannot get it, the request is answered with nothing and one log line.
+bool VELK_OwningJobElementProvider::_sourceExists(const OperationContext& context,
+    const CIMObjectPath& objectName, const char* operation)
+{
+    try
+    {
+        _cimom.getInstance(context, CIMNamespaceName(NAMESPACE_VELK),
+            objectName, false, false, false, CIMPropertyList(Array<CIMName>()));
+    }
+    catch (...)
+    {
+        log_message(2,
+            "VELK_OwningJobElementProvider::%s\n\t error trying to "
+            "getInstance of %s \n ",
+            operation, cstr(objectName.toString().getCString()));
+        return false;
+    }
+    return true;
 }
 
 PEGASUS_NAMESPACE_END

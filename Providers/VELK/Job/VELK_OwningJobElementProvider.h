@@ -113,6 +113,8 @@ public:
         ResponseHandler& handler);
 
 private:
+    bool _sourceExists(const OperationContext& context, const CIMObjectPath& objectName,
+        const char* operation);
     bool _invalidParms(
         const CIMObjectPath& objectName,
         const String& role,
