@@ -165,6 +165,42 @@ void throwOutOfRange(const char* detail)
     throw DateTimeOutOfRangeException(String(detail));
 }
 
+// Checks and stores the clock part shared by time stamps and intervals, from
+// the hours down; a wildcard field makes it and everything after it wild.
+// Returns the number of wildcard characters (0 when none).
+Uint16 setClockFields(Fields& f, Uint32 hours, Uint32 minutes, Uint32 seconds,
+    Uint32 microseconds, Uint32 numSignificantMicrosecondDigits)
+{
+    if (hours == CIMDateTime::WILDCARD)
+        return WILD_HOURS;
+    if (hours > 23)
+        throwOutOfRange("illegal hours number ");
+    f.hours = hours;
+    if (minutes == CIMDateTime::WILDCARD)
+        return WILD_MINUTES;
+    if (minutes > 59)
+        throwOutOfRange("illegal minutes number");
+    f.minutes = minutes;
+    if (seconds == CIMDateTime::WILDCARD)
+        return WILD_SECONDS;
+    if (seconds > 59)
+        throwOutOfRange("illegal seconds number");
+    f.seconds = seconds;
+    if (microseconds == CIMDateTime::WILDCARD)
+        return WILD_USEC;
+    if (microseconds > 999999)
+        throwOutOfRange("illegal microseconds number");
+    if (numSignificantMicrosecondDigits > 6)
+        throwOutOfRange("illegal number of significant microsecond digits");
+    Uint16 numWildcards = Uint16(6 - numSignificantMicrosecondDigits);
+    Uint32 scale = 1;
+    for (Uint16 i = 0; i < numWildcards; i++)
+        scale *= 10;
+    f.usec = microseconds / scale * scale;
+    return numWildcards;
+}
+
+
 } // namespace
 
 //
@@ -430,49 +466,8 @@ void CIMDateTime::setTimeStamp(
             f.day = day;
     }
     if (!numWildcards)
-    {
-        if (hours == WILDCARD)
-            numWildcards = WILD_HOURS;
-        else if (hours > 23)
-            throwOutOfRange("illegal hours number ");
-        else
-            f.hours = hours;
-    }
-    if (!numWildcards)
-    {
-        if (minutes == WILDCARD)
-            numWildcards = WILD_MINUTES;
-        else if (minutes > 59)
-            throwOutOfRange("illegal minutes number");
-        else
-            f.minutes = minutes;
-    }
-    if (!numWildcards)
-    {
-        if (seconds == WILDCARD)
-            numWildcards = WILD_SECONDS;
-        else if (seconds > 59)
-            throwOutOfRange("illegal seconds number");
-        else
-            f.seconds = seconds;
-    }
-    if (!numWildcards)
-    {
-        if (microseconds == WILDCARD)
-            numWildcards = WILD_USEC;
-        else
-        {
-            if (microseconds > 999999)
-                throwOutOfRange("illegal microseconds number");
-            if (numSignificantMicrosecondDigits > 6)
-                throwOutOfRange("illegal number of significant microsecond digits");
-            numWildcards = Uint16(6 - numSignificantMicrosecondDigits);
-            Uint32 scale = 1;
-            for (Uint16 i = 0; i < numWildcards; i++)
-                scale *= 10;
-            f.usec = microseconds / scale * scale;
-        }
-    }
+        numWildcards = setClockFields(f, hours, minutes, seconds, microseconds,
+            numSignificantMicrosecondDigits);
 
     if (utcOffset > 999 || utcOffset < -999)
         throwOutOfRange("illegal utcOffset");
@@ -500,49 +495,8 @@ void CIMDateTime::setInterval(
         f.year = days;
 
     if (!numWildcards)
-    {
-        if (hours == WILDCARD)
-            numWildcards = WILD_HOURS;
-        else if (hours > 23)
-            throwOutOfRange("illegal hours number ");
-        else
-            f.hours = hours;
-    }
-    if (!numWildcards)
-    {
-        if (minutes == WILDCARD)
-            numWildcards = WILD_MINUTES;
-        else if (minutes > 59)
-            throwOutOfRange("illegal minutes number");
-        else
-            f.minutes = minutes;
-    }
-    if (!numWildcards)
-    {
-        if (seconds == WILDCARD)
-            numWildcards = WILD_SECONDS;
-        else if (seconds > 59)
-            throwOutOfRange("illegal seconds number");
-        else
-            f.seconds = seconds;
-    }
-    if (!numWildcards)
-    {
-        if (microseconds == WILDCARD)
-            numWildcards = WILD_USEC;
-        else
-        {
-            if (microseconds > 999999)
-                throwOutOfRange("illegal microseconds number");
-            if (numSignificantMicrosecondDigits > 6)
-                throwOutOfRange("illegal number of significant microsecond digits");
-            numWildcards = Uint16(6 - numSignificantMicrosecondDigits);
-            Uint32 scale = 1;
-            for (Uint16 i = 0; i < numWildcards; i++)
-                scale *= 10;
-            f.usec = microseconds / scale * scale;
-        }
-    }
+        numWildcards = setClockFields(f, hours, minutes, seconds, microseconds,
+            numSignificantMicrosecondDigits);
 
     _usec = joinInterval(f);
     _numWildcards = numWildcards;
