@@ -286,6 +286,31 @@ TEST_F(HttpTest, RequestWithoutHostIsRefusedBeforeAuthentication)
     EXPECT_EQ(0u, res.find("HTTP/1.1 400")) << res;
 }
 
+TEST_F(HttpTest, DeeplyNestedReferenceKeysAreRefusedAsAnInvalidParameter)
+{
+    // 27 levels: decoded naively, the innermost key text would be escaped
+    // into hundreds of megabytes.
+    std::string key = "<KEYVALUE VALUETYPE=\"string\">x\"y</KEYVALUE>";
+    for (int i = 0; i < 27; i++)
+        key = "<VALUE.REFERENCE><INSTANCENAME CLASSNAME=\"Test_Item\"><KEYBINDING NAME=\"Id\">" +
+            key + "</KEYBINDING></INSTANCENAME></VALUE.REFERENCE>";
+    std::string body = std::string(ENUM_NAMES);
+    body.replace(body.find("EnumerateInstanceNames"), 22, "GetInstance");
+    body.replace(body.find("<IPARAMVALUE"), body.find("</IMETHODCALL>") - body.find("<IPARAMVALUE"),
+        "<IPARAMVALUE NAME=\"InstanceName\"><INSTANCENAME CLASSNAME=\"Test_Item\">"
+        "<KEYBINDING NAME=\"Id\">" + key + "</KEYBINDING></INSTANCENAME></IPARAMVALUE>");
+    auto res = post(body, cimHeaders("GetInstance", "root%2Ftest"), basic("alice", "secret").c_str());
+    ASSERT_TRUE(res);
+    EXPECT_EQ(200, res->status);
+    EXPECT_NE(std::string::npos, res->body.find("<ERROR CODE=\"4\" DESCRIPTION=\""
+        "CIM_ERR_INVALID_PARAMETER: bad InstanceName: reference keys nested deeper than 8 levels\""))
+        << res->body;
+    auto good = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
+        basic("alice", "secret").c_str());
+    ASSERT_TRUE(good);
+    EXPECT_EQ(200, good->status);
+}
+
 TEST_F(HttpTest, MPostAndKeepAliveOnOneConnection)
 {
     int fd = connectTcp(port);

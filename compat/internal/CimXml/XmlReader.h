@@ -80,6 +80,10 @@ struct PEGASUS_COMMON_LINKAGE CimXmlMethodResponse
 class PEGASUS_COMMON_LINKAGE XmlReader
 {
 public:
+    // Most VALUE.REFERENCE elements nested in one another (a reference key
+    // whose path has a reference key, ...); deeper nesting is refused.
+    static const Uint32 MAX_REFERENCE_DEPTH = 8;
+
     // Scalar text (VALUE / KEYVALUE content) to a value of the given type.
     static CIMValue scalarFromText(const String& text, CIMType type);
     // Type name as in TYPE / PARAMTYPE ("reference" included).

@@ -394,6 +394,55 @@ TEST(CimXmlRoundTrip, EveryPathElement)
         "<NAMESPACE NAME=\"b\"/></LOCALNAMESPACEPATH>").equal(CIMNamespaceName("root/a/b")));
 }
 
+TEST(CimXmlRoundTrip, NestedReferenceKeysUpToTheDepthLimit)
+{
+    // Level 1 is a plain path; each further level has the previous one as
+    // its reference key.
+    auto nested = [](Uint32 levels) {
+        Array<CIMKeyBinding> keys;
+        keys.append(CIMKeyBinding(CIMName("Id"), String("a\"b"), CIMKeyBinding::STRING));
+        CIMObjectPath p(String(), CIMNamespaceName("root/exm"), CIMName("EXM_Disk"), keys);
+        for (Uint32 i = 1; i < levels; i++)
+        {
+            Array<CIMKeyBinding> outer;
+            outer.append(CIMKeyBinding(CIMName("Inner"), CIMValue(p)));
+            p = CIMObjectPath(String(), CIMNamespaceName(), CIMName("EXM_Link"), outer);
+        }
+        return p;
+    };
+    // The outermost path is an INSTANCENAME, so its keys hold levels - 1
+    // VALUE.REFERENCE elements nested in one another.
+    const struct
+    {
+        Uint32 levels;
+        bool decodes;
+    } cases[] = {
+        {3, true},
+        {XmlReader::MAX_REFERENCE_DEPTH + 1, true},
+        {XmlReader::MAX_REFERENCE_DEPTH + 2, false},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.levels);
+        CIMObjectPath p = nested(c.levels);
+        std::string xml = encode([&](XmlWriter& w) { w.appendInstanceName(p); });
+        if (c.decodes)
+        {
+            EXPECT_TRUE(XmlReader::decodeObjectPath(xml) == p);
+            continue;
+        }
+        try
+        {
+            XmlReader::decodeObjectPath(xml);
+            ADD_FAILURE() << "decoded";
+        }
+        catch (const CimXmlDecodeException& e)
+        {
+            EXPECT_EQ("reference keys nested deeper than 8 levels", str(e.getMessage()));
+        }
+    }
+}
+
 TEST(CimXmlRoundTrip, NamedInstanceAndObjectsWithPaths)
 {
     CIMInstance i = richInstance();

@@ -707,6 +707,14 @@ CIMObjectPath valueReference(const pugi::xml_node& n)
 {
     if (!is(n, "VALUE.REFERENCE"))
         fail(std::string("expected VALUE.REFERENCE, found ") + n.name());
+    // A reference key holds the text of its path, escaped once more at every
+    // level, so the text doubles with each level: refuse deep nesting before
+    // the innermost path is decoded.
+    Uint32 depth = 1;
+    for (pugi::xml_node a = n.parent(); a; a = a.parent())
+        if (is(a, "VALUE.REFERENCE") && ++depth > XmlReader::MAX_REFERENCE_DEPTH)
+            fail("reference keys nested deeper than " +
+                std::to_string(XmlReader::MAX_REFERENCE_DEPTH) + " levels");
     pugi::xml_node c = firstElement(n);
     if (!c || nextElement(c) || is(c, "OBJECTPATH"))
         fail("VALUE.REFERENCE needs one path element");
