@@ -95,13 +95,17 @@ DemoServer::DemoServer(Options options) : _options(std::move(options))
         _options.registrationDirs.push_back(VELK_SOURCE_DIR "/schema/registration");
     if (_options.stateTemplate.empty())
         _options.stateTemplate = VELK_SOURCE_DIR "/demo/array.json";
+    if (_options.cimhost.empty())
+        _options.cimhost = VELK_BIN_DIR "/cimhost";
+    if (_options.moduleDir.empty())
+        _options.moduleDir = VELK_LIB_DIR;
 
     char tmpl[] = "/tmp/velk-e2e-XXXXXX";
     if (!::mkdtemp(tmpl))
         throw std::runtime_error("cannot make a temporary folder");
     _dir = tmpl;
     std::ofstream(stateFile()) << readFile(_options.stateTemplate);
-    Result added = run({VELK_BIN_DIR "/cimhost", "passwd", "add", _options.user,
+    Result added = run({_options.cimhost, "passwd", "add", _options.user,
         "--password-file", _dir + "/cimhost.passwd"}, _options.password + "\n");
     if (added.status != 0)
         throw std::runtime_error("cimhost passwd add failed: " + added.out);
@@ -120,8 +124,8 @@ std::vector<std::string> DemoServer::clientEnv() const
 
 void DemoServer::start()
 {
-    std::vector<std::string> argv = {VELK_BIN_DIR "/cimhost", "--http-address", "127.0.0.1",
-        "--http-port", "0", "--module-dir", VELK_LIB_DIR,
+    std::vector<std::string> argv = {_options.cimhost, "--http-address", "127.0.0.1",
+        "--http-port", "0", "--module-dir", _options.moduleDir,
         "--password-file", _dir + "/cimhost.passwd", "--socket", socketPath(),
         "--log-file", serverLog(), "--log-level", "info"};
     for (const std::string& s : _options.schemaFiles)
@@ -144,7 +148,7 @@ void DemoServer::start()
         ::setenv("VELK_STATE_FILE", stateFile().c_str(), 1);
         ::setenv("VELK_EVENT_LOG", eventLog().c_str(), 1);
         ::setenv("VELK_LOG_FILE", arrayLog().c_str(), 1);
-        ::setenv("VELK_LOG_LEVEL", "4", 1);
+        ::setenv("VELK_LOG_LEVEL", _options.arrayLogLevel.c_str(), 1);
         ::setenv("CIMHOST_SOCKET", socketPath().c_str(), 1);
         std::vector<char*> args;
         for (const std::string& a : argv)

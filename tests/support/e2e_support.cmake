@@ -2,7 +2,8 @@
 # for every test and tool that runs cimhost over a copy of the demo array.
 # Include this file wherever the target is needed; the first include wins.
 if(NOT TARGET e2e_support)
-  add_library(e2e_support STATIC ${CMAKE_CURRENT_LIST_DIR}/DemoServer.cpp)
+  add_library(e2e_support STATIC ${CMAKE_CURRENT_LIST_DIR}/DemoServer.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/HttpConnection.cpp)
   target_include_directories(e2e_support PUBLIC ${CMAKE_CURRENT_LIST_DIR}/..)
   target_compile_options(e2e_support PRIVATE ${VELK_WARNINGS})
   target_compile_definitions(e2e_support PRIVATE
