@@ -57,7 +57,8 @@ public:
     static std::string toUtf8(const String& s);
 
     // The XML text of an embedded CLASS or INSTANCE (no trailing newline),
-    // as carried inside a VALUE.
+    // as carried inside a VALUE; nested embedded values carry their
+    // EmbeddedObject attribute at every depth, arrays included.
     static std::string embeddedObjectText(const CIMConstObject& object);
     // The same as a String: the text of CIMObject::toString() and of
     // CIMValue::toString() for embedded objects.

@@ -187,8 +187,11 @@ void XmlWriter::appendEscaped(std::string& out, const String& s, bool attribute)
 
 std::string XmlWriter::embeddedObjectText(const CIMConstObject& object)
 {
+    // Embedded text is read by XML parsers only (a strict client sees one
+    // string), so it keeps every EmbeddedObject marking, arrays included:
+    // without it a client would decode nested instances as strings.
     std::string text;
-    XmlWriter w(text);
+    XmlWriter w(text, EXTENDED);
     w.appendObject(object);
     while (!text.empty() && text.back() == '\n')
         text.pop_back();
@@ -770,13 +773,10 @@ void XmlWriter::appendParamValue(const CIMParamValue& pv)
     _out.append("<PARAMVALUE");
     _appendAttr("NAME", pv.getParameterName());
     if (pv.isTyped())
-    {
         _appendAttr("PARAMTYPE",
             type == CIMTYPE_REFERENCE ? "reference" : typeName(type));
-        const char* kind = embeddedKind(type);
-        if (kind)
-            _appendAttr("EmbeddedObject", kind);
-    }
+    if (const char* kind = embeddedKind(type))
+        _appendAttr("EmbeddedObject", kind);
     _out.push_back('>');
     if (type == CIMTYPE_REFERENCE && !v.isNull())
         _out.push_back('\n');
