@@ -6,6 +6,7 @@
 
 #include <CimXml/XmlReader.h>
 #include <Pegasus/Common/CIMDateTime.h>
+#include <Pegasus/Common/CIMFlavor.h>
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/OperationContext.h>
 #include <Pegasus/Provider/CIMAssociationProvider.h>
@@ -17,6 +18,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <exception>
+#include <map>
 
 using namespace Pegasus;
 
@@ -91,6 +93,45 @@ Interface* providerInterface(const ProviderManager::Lease& lease)
     if (!p)
         throw CIMException(CIM_ERR_NOT_SUPPORTED, String("Invalid provider interface."));
     return p;
+}
+
+// ---- instance qualifiers
+
+// A class qualifier reaches the class's instances when it would reach a
+// subclass (ToSubclass) or is marked ToInstance; Restricted ones stay with
+// the class that declares them.
+bool flowsToInstances(const CIMConstQualifier& qualifier)
+{
+    const CIMFlavor& flavor = qualifier.getFlavor();
+    return flavor.hasFlavor(CIMFlavor::TOSUBCLASS) || flavor.hasFlavor(CIMFlavor::TOINSTANCE);
+}
+
+template <class Target, class Source>
+void addMissingQualifiers(Target& target, const Source& source)
+{
+    for (Uint32 i = 0; i < source.getQualifierCount(); i++)
+    {
+        CIMConstQualifier q = source.getQualifier(i);
+        if (flowsToInstances(q) && target.findQualifier(q.getName()) == PEG_NOT_FOUND)
+            target.addQualifier(q.clone());
+    }
+}
+
+// The instance with the qualifiers of its class, and each property with
+// those of the class's property, that flow to instances; qualifiers the
+// provider put there already stay as they are.
+CIMInstance withClassQualifiers(const CIMInstance& instance, const CIMConstClass& cls)
+{
+    CIMInstance copy = instance.clone();
+    addMissingQualifiers(copy, cls);
+    for (Uint32 i = 0; i < copy.getPropertyCount(); i++)
+    {
+        CIMProperty property = copy.getProperty(i);
+        Uint32 declared = cls.findProperty(property.getName());
+        if (declared != PEG_NOT_FOUND)
+            addMissingQualifiers(property, cls.getProperty(declared));
+    }
+    return copy;
 }
 
 // ---- method parameter retyping
@@ -471,26 +512,34 @@ CIMInstance Router::getInstance(const OperationContext& context,
     checkClass(nameSpace, className);
     const ProviderCapability* cap =
         _registry.find(nameSpace, className, PROVIDER_TYPE_INSTANCE);
+    Array<CIMInstance> results;
     if (!cap)
     {
         CIMObjectPath path(instanceName);
         path.setHost(String());
         path.setNameSpace(nameSpace);
-        return _repository.getInstance(nameSpace, path, includeClassOrigin, propertyList);
+        results.append(
+            _repository.getInstance(nameSpace, path, includeClassOrigin, propertyList));
     }
-    ProviderManager::Lease l = lease(*cap);
-    CIMInstanceProvider* provider = providerInterface<CIMInstanceProvider>(l);
-    InstanceCollector handler(Cardinality::ExactlyOne);
-    OperationContext ctx = providerContext(context);
-    CIMObjectPath path = providerPath(instanceName, nameSpace);
-    callProvider([&] {
-        provider->getInstance(ctx, path, includeQualifiers, includeClassOrigin,
-            propertyList, handler);
-    });
-    Array<CIMInstance> results = handler.results();
-    if (results.size() == 0)
-        throw CIMException(CIM_ERR_FAILED, String("Too few objects delivered."));
-    return withPath(results[0], nameSpace);
+    else
+    {
+        ProviderManager::Lease l = lease(*cap);
+        CIMInstanceProvider* provider = providerInterface<CIMInstanceProvider>(l);
+        InstanceCollector handler(Cardinality::ExactlyOne);
+        OperationContext ctx = providerContext(context);
+        CIMObjectPath path = providerPath(instanceName, nameSpace);
+        callProvider([&] {
+            provider->getInstance(ctx, path, includeQualifiers, includeClassOrigin,
+                propertyList, handler);
+        });
+        results = handler.results();
+        if (results.size() == 0)
+            throw CIMException(CIM_ERR_FAILED, String("Too few objects delivered."));
+        results[0] = withPath(results[0], nameSpace);
+    }
+    if (includeQualifiers)
+        addClassQualifiers(results, nameSpace);
+    return results[0];
 }
 
 Array<CIMInstance> Router::enumerateInstances(const OperationContext& context,
@@ -548,7 +597,36 @@ Array<CIMInstance> Router::enumerateInstances(const OperationContext& context,
             result[i] = copy;
         }
     }
+    if (includeQualifiers)
+        addClassQualifiers(result, nameSpace);
     return result;
+}
+
+void Router::addClassQualifiers(Array<CIMInstance>& instances,
+    const CIMNamespaceName& nameSpace) const
+{
+    std::map<std::string, CIMClass> classes;
+    for (Uint32 i = 0; i < instances.size(); i++)
+    {
+        const CIMName& className = instances[i].getClassName();
+        auto it = classes.find(lower(className.getString()));
+        if (it == classes.end())
+        {
+            CIMClass cls;
+            try
+            {
+                cls = _repository.getFullClass(nameSpace, className);
+            }
+            catch (const CIMException&)
+            {
+                // A class the repository does not know has no qualifiers
+                // to give.
+            }
+            it = classes.emplace(lower(className.getString()), cls).first;
+        }
+        if (!it->second.isUninitialized())
+            instances[i] = withClassQualifiers(instances[i], it->second);
+    }
 }
 
 Array<CIMObjectPath> Router::enumerateInstanceNames(const OperationContext& context,

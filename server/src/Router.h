@@ -26,6 +26,9 @@
 //   parameter types;
 // - provider exceptions become CIMException: CIM ones keep code and message,
 //   others give CIM_ERR_FAILED with their message or "Unknown error.".
+// - with includeQualifiers, instances (and their properties) carry the
+//   qualifiers of their class that flow to instances (ToSubclass or
+//   ToInstance flavor), besides those the provider put there;
 // Instance operations on classes without an instance provider use the
 // repository's stored instances; invokeMethod on a class without a method
 // provider is CIM_ERR_METHOD_NOT_AVAILABLE.
@@ -190,6 +193,10 @@ private:
     void completePath(Pegasus::CIMObjectPath& path,
         const Pegasus::CIMNamespaceName& nameSpace) const;
     Pegasus::CIMInstance withPath(const Pegasus::CIMInstance& instance,
+        const Pegasus::CIMNamespaceName& nameSpace) const;
+    // For includeQualifiers: gives each instance the qualifiers of its class
+    // (and each property those of its declaration) that flow to instances.
+    void addClassQualifiers(Pegasus::Array<Pegasus::CIMInstance>& instances,
         const Pegasus::CIMNamespaceName& nameSpace) const;
     std::vector<Pegasus::CIMName> associationClassesFor(
         const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& objectClass,

@@ -545,19 +545,44 @@ TEST_F(RequestProcessorTest, HttpErrorHelperBuildsBodylessAnswer)
     EXPECT_TRUE(r.body.empty());
 }
 
-TEST_F(RequestProcessorTest, InstanceQualifiersAreNeverSent)
+// Instance qualifiers go out on GetInstance and EnumerateInstances only when
+// the client asks for them; association answers never carry them.
+TEST_F(RequestProcessorTest, InstanceQualifiersOnlyWhenAskedForOnInstanceOperations)
 {
     CIMProperty p = ops.instances[0].getProperty(0);
     p.addQualifier(CIMQualifier(CIMName("Key"), CIMValue(true)));
     ops.instances[0].addQualifier(CIMQualifier(CIMName("Description"),
         CIMValue(String("job"))));
-    CimXmlHttpResponse r = post(headers("GetInstance", "root%2Fexm"),
-        imethod("GetInstance", std::string(INSTANCE_NAME_17) +
-            "<IPARAMVALUE NAME=\"IncludeQualifiers\"><VALUE>TRUE</VALUE></IPARAMVALUE>"));
-    ASSERT_EQ(200u, r.status);
-    EXPECT_NE(std::string::npos, r.body.find("<INSTANCE CLASSNAME=\"EXM_Job\">"));
-    EXPECT_EQ(std::string::npos, r.body.find("QUALIFIER")) << r.body;
-    EXPECT_TRUE(ops.last().flags[1]);
+    const std::string yes = "<IPARAMVALUE NAME=\"IncludeQualifiers\"><VALUE>TRUE</VALUE></IPARAMVALUE>";
+    const std::string no = "<IPARAMVALUE NAME=\"IncludeQualifiers\"><VALUE>FALSE</VALUE></IPARAMVALUE>";
+    const std::string jobClass = "<IPARAMVALUE NAME=\"ClassName\"><CLASSNAME NAME=\"EXM_Job\"/></IPARAMVALUE>";
+    const std::string service = "<IPARAMVALUE NAME=\"ObjectName\"><INSTANCENAME CLASSNAME=\"EXM_JobService\">"
+        "<KEYBINDING NAME=\"Name\"><KEYVALUE VALUETYPE=\"string\">jobsvc</KEYVALUE>"
+        "</KEYBINDING></INSTANCENAME></IPARAMVALUE>";
+    const struct
+    {
+        const char* op;
+        std::string params;
+        bool qualifiers;
+    } cases[] = {
+        {"GetInstance", INSTANCE_NAME_17 + yes, true},
+        {"GetInstance", INSTANCE_NAME_17 + no, false},
+        {"GetInstance", INSTANCE_NAME_17, false},
+        {"EnumerateInstances", jobClass + yes, true},
+        {"EnumerateInstances", jobClass, false},
+        {"Associators", service + yes, false},
+    };
+    for (const auto& c : cases)
+    {
+        CimXmlHttpResponse r = post(headers(c.op, "root%2Fexm"), imethod(c.op, c.params));
+        ASSERT_EQ(200u, r.status);
+        EXPECT_NE(std::string::npos, r.body.find("<INSTANCE CLASSNAME=\"EXM_Job\">\n"))
+            << c.op << " " << c.params;
+        EXPECT_EQ(c.qualifiers, r.body.find("<QUALIFIER NAME=\"Description\"") != std::string::npos)
+            << c.op << " " << c.params;
+        EXPECT_EQ(c.qualifiers, r.body.find("<QUALIFIER NAME=\"Key\"") != std::string::npos)
+            << c.op << " " << c.params;
+    }
 }
 
 TEST(RequestProcessorExtended, ErrorInstancesAndEmbeddedReturnValuesOnlyWhenAskedFor)

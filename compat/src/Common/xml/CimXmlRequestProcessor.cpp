@@ -517,6 +517,14 @@ bool nameIs(const std::string& name, const char* op)
     return strcasecmp(name.c_str(), op) == 0;
 }
 
+// Writer flags for the instances of GetInstance and EnumerateInstances:
+// their qualifiers are written only when the client asked for them.
+Uint32 instanceFlags(Uint32 flags, Boolean includeQualifiers)
+{
+    return includeQualifiers ? flags & ~Uint32(XmlWriter::NO_INSTANCE_QUALIFIERS)
+        : flags | XmlWriter::NO_INSTANCE_QUALIFIERS;
+}
+
 } // namespace
 
 // Executes one intrinsic call; appends the IRETURNVALUE (if any) to out.
@@ -598,21 +606,24 @@ static void executeIntrinsic(CIMOperations& target, const OperationContext& ctx,
     {
         IParams p(call, P_GETINSTANCE);
         CIMObjectPath name = p.instanceName("InstanceName");
+        Boolean includeQualifiers = p.boolean("IncludeQualifiers", false);
         CIMInstance inst = target.getInstance(ctx, ns, name,
-            p.boolean("LocalOnly", true), p.boolean("IncludeQualifiers", false),
+            p.boolean("LocalOnly", true), includeQualifiers,
             p.boolean("IncludeClassOrigin", false), p.propertyList());
-        w.appendInstance(inst);
+        XmlWriter(rv, instanceFlags(flags, includeQualifiers)).appendInstance(inst);
         hasResult = true;
     }
     else if (nameIs(op, "EnumerateInstances"))
     {
         IParams p(call, P_ENUMINSTANCES);
+        Boolean includeQualifiers = p.boolean("IncludeQualifiers", false);
         Array<CIMInstance> a = target.enumerateInstances(ctx, ns,
             p.className("ClassName", true), p.boolean("DeepInheritance", true),
-            p.boolean("LocalOnly", true), p.boolean("IncludeQualifiers", false),
+            p.boolean("LocalOnly", true), includeQualifiers,
             p.boolean("IncludeClassOrigin", false), p.propertyList());
+        XmlWriter iw(rv, instanceFlags(flags, includeQualifiers));
         for (Uint32 i = 0; i < a.size(); i++)
-            w.appendValueNamedInstance(a[i]);
+            iw.appendValueNamedInstance(a[i]);
         hasResult = a.size() != 0;
     }
     else if (nameIs(op, "EnumerateInstanceNames"))
