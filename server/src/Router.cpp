@@ -951,15 +951,18 @@ CIMValue Router::invokeMethod(const OperationContext& context,
     checkClass(nameSpace, className);
     CIMClass cls = _repository.getFullClass(nameSpace, className);
     Uint32 m = cls.findMethod(methodName);
-    if (m == PEG_NOT_FOUND)
-        throw CIMException(CIM_ERR_METHOD_NOT_FOUND, methodName.getString());
     const ProviderCapability* cap =
         _registry.find(nameSpace, className, PROVIDER_TYPE_METHOD);
     if (!cap)
-        throw CIMException(CIM_ERR_METHOD_NOT_AVAILABLE, methodName.getString());
+    {
+        throw CIMException(m == PEG_NOT_FOUND ? CIM_ERR_METHOD_NOT_FOUND
+            : CIM_ERR_METHOD_NOT_AVAILABLE, methodName.getString());
+    }
 
-    Array<CIMParamValue> typed =
-        retypeParameters(CIMConstMethod(cls.getMethod(m)), inParameters);
+    // The class's method provider answers for every method name, declared or
+    // not; parameters of an undeclared method go as the client sent them.
+    Array<CIMParamValue> typed = m == PEG_NOT_FOUND ? inParameters
+        : retypeParameters(CIMConstMethod(cls.getMethod(m)), inParameters);
     ProviderManager::Lease l = lease(*cap);
     CIMMethodProvider* provider = providerInterface<CIMMethodProvider>(l);
     MethodResultCollector handler;

@@ -29,9 +29,12 @@
 // - with includeQualifiers, instances (and their properties) carry the
 //   qualifiers of their class that flow to instances (ToSubclass or
 //   ToInstance flavor), besides those the provider put there;
+// - invokeMethod goes to the class's method provider whether the class
+//   declares the method or not: the provider answers unknown names.
 // Instance operations on classes without an instance provider use the
 // repository's stored instances; invokeMethod on a class without a method
-// provider is CIM_ERR_METHOD_NOT_AVAILABLE.
+// provider is CIM_ERR_METHOD_NOT_AVAILABLE, or CIM_ERR_METHOD_NOT_FOUND when
+// the class does not declare the method.
 //
 // Calls run on the calling thread; an up-call from a provider re-enters the
 // router directly. The router holds no lock while a provider runs.
