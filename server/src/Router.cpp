@@ -476,7 +476,7 @@ void Router::modifyClass(const OperationContext&, const CIMNamespaceName& nameSp
     const CIMClass&)
 {
     checkNamespace(nameSpace);
-    throw CIMException(CIM_ERR_NOT_SUPPORTED, String("ModifyClass"));
+    throw CIMException(CIM_ERR_NOT_SUPPORTED, String());
 }
 
 void Router::deleteClass(const OperationContext&, const CIMNamespaceName& nameSpace,

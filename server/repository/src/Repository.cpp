@@ -207,6 +207,16 @@ std::string keyText(const CIMObjectPath& p)
     return toStd(p.toString());
 }
 
+// A missing instance is named as the client names it: the path without
+// host and namespace.
+std::string missingText(const CIMObjectPath& p)
+{
+    CIMObjectPath local(p);
+    local.setHost(String());
+    local.setNameSpace(CIMNamespaceName());
+    return toStd(local.toString());
+}
+
 // Reference key values compare as paths, without host, and a missing
 // namespace stands for the namespace of the request.
 bool referencesMatch(const String& a, const String& b, const CIMNamespaceName& ns)
@@ -853,7 +863,7 @@ CIMInstance Repository::getInstance(const CIMNamespaceName& nameSpace,
     NamespaceData& ns = _data->getNamespace(nameSpace);
     StoredInstance* s = Data::findInstance(ns, instanceName, nullptr, nullptr);
     if (!s)
-        raise(CIM_ERR_NOT_FOUND, keyText(instanceName));
+        raise(CIM_ERR_NOT_FOUND, missingText(instanceName));
     CIMInstance out = s->instance.clone();
     filterInstance(out, includeClassOrigin, propertyList, nullptr);
     return out;
@@ -900,7 +910,7 @@ void Repository::modifyInstance(const CIMNamespaceName& nameSpace,
     const CIMObjectPath& path = modifiedInstance.getPath();
     StoredInstance* s = Data::findInstance(ns, path, &owner, nullptr);
     if (!s)
-        raise(CIM_ERR_NOT_FOUND, keyText(path));
+        raise(CIM_ERR_NOT_FOUND, missingText(path));
     const CIMClass& cls = owner->resolved;
 
     // Check everything first so that a failure changes nothing.
@@ -964,7 +974,7 @@ void Repository::deleteInstance(const CIMNamespaceName& nameSpace, const CIMObje
     ClassEntry* owner = nullptr;
     std::size_t index = 0;
     if (!Data::findInstance(ns, instanceName, &owner, &index))
-        raise(CIM_ERR_NOT_FOUND, keyText(instanceName));
+        raise(CIM_ERR_NOT_FOUND, missingText(instanceName));
     owner->instances.erase(owner->instances.begin() + std::ptrdiff_t(index));
 }
 

@@ -740,7 +740,9 @@ static void executeIntrinsic(CIMOperations& target, const OperationContext& ctx,
     }
     else
     {
-        throw CIMException(CIM_ERR_NOT_SUPPORTED, str(op));
+        // An operation this server does not carry out (ExecQuery, the
+        // qualifier writes, names it does not know): the bare status name.
+        throw CIMException(CIM_ERR_NOT_SUPPORTED, String());
     }
 
     if (hasResult)

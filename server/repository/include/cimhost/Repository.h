@@ -11,6 +11,7 @@
 //   class of an instance, is unknown       CIM_ERR_INVALID_CLASS, message = class name
 //   unknown qualifier                      CIM_ERR_NOT_FOUND, message = qualifier name
 //   instance not found                     CIM_ERR_NOT_FOUND, message = instance path
+//                                          without host and namespace
 //   instance exists already                CIM_ERR_ALREADY_EXISTS, message = instance path
 //   class definition errors (addClass)     CIM_ERR_INVALID_SUPERCLASS, CIM_ERR_ALREADY_EXISTS,
 //                                          CIM_ERR_INVALID_PARAMETER, with a sentence
