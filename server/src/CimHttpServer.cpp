@@ -1,17 +1,16 @@
 #include "CimHttpServer.h"
+#include "ConnectionStream.h"
+#include "ConnectionThreads.h"
+#include "Logger.h"
 
-#include <arpa/inet.h>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <netdb.h>
-#include <poll.h>
 #include <pwd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
-#include <algorithm>
 #include <vector>
 
 namespace cimhost
@@ -20,223 +19,84 @@ namespace cimhost
 namespace
 {
 
-thread_local const ConnectionInfo* tlsConnection = nullptr;
+thread_local ConnectionInfo* tlsConnection = nullptr;
+thread_local ConnectionStream* tlsStream = nullptr;
+// Per request: whether the header check ran, and whether the connection
+// ends after the answer.
+thread_local bool tlsHeadersChecked = false;
+thread_local bool tlsCloseAfterAnswer = false;
 
-using Clock = std::chrono::steady_clock;
+using Clock = ConnectionStream::Clock;
 
-int remainingMs(Clock::time_point deadline)
+bool peerCredentials(int sock, ucred& cred)
 {
-    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-        deadline - Clock::now()).count();
-    return left > 0 ? static_cast<int>(left) : 0;
-}
-
-bool pollFor(int sock, short events, int timeoutMs)
-{
-    pollfd p{sock, events, 0};
-    for (;;)
-    {
-        int r = ::poll(&p, 1, timeoutMs);
-        if (r < 0 && errno == EINTR)
-            continue;
-        return r > 0;
-    }
-}
-
-// Bytes read from a connection and not consumed yet. It outlives the
-// per-request streams, so nothing a client sent early is lost.
-struct ReadBuffer
-{
-    std::string data;
-    size_t pos = 0;
-
-    size_t available() const { return data.size() - pos; }
-    void compact()
-    {
-        if (pos == data.size())
-        {
-            data.clear();
-            pos = 0;
-        }
-    }
-};
-
-// Reads more bytes into the buffer; false on end of stream, error or
-// time-out.
-bool fill(int sock, ReadBuffer& buffer, int timeoutMs)
-{
-    if (!pollFor(sock, POLLIN, timeoutMs))
-        return false;
-    char chunk[8192];
-    for (;;)
-    {
-        ssize_t n = ::recv(sock, chunk, sizeof(chunk), 0);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            return false;
-        buffer.compact();
-        buffer.data.append(chunk, static_cast<size_t>(n));
-        return true;
-    }
-}
-
-// One request's view of the socket. Reads must finish before the request's
-// deadline, so a client that trickles bytes is cut off.
-class DeadlineStream : public httplib::Stream
-{
-public:
-    DeadlineStream(int sock, ReadBuffer& buffer, Clock::time_point deadline,
-        int writeTimeoutMs, const ConnectionInfo& info)
-        : _sock(sock), _buffer(buffer), _deadline(deadline), _writeTimeoutMs(writeTimeoutMs),
-          _info(info)
-    {
-    }
-
-    bool is_readable() const override
-    {
-        return _buffer.available() > 0 || pollFor(_sock, POLLIN, remainingMs(_deadline));
-    }
-
-    bool is_writable() const override
-    {
-        return pollFor(_sock, POLLOUT, _writeTimeoutMs);
-    }
-
-    ssize_t read(char* ptr, size_t size) override
-    {
-        if (_buffer.available() == 0 && !fill(_sock, _buffer, remainingMs(_deadline)))
-            return -1;
-        size_t n = std::min(size, _buffer.available());
-        std::memcpy(ptr, _buffer.data.data() + _buffer.pos, n);
-        _buffer.pos += n;
-        return static_cast<ssize_t>(n);
-    }
-
-    ssize_t write(const char* ptr, size_t size) override
-    {
-        if (!is_writable())
-            return -1;
-        for (;;)
-        {
-            ssize_t n = ::send(_sock, ptr, size, MSG_NOSIGNAL);
-            if (n < 0 && errno == EINTR)
-                continue;
-            return n;
-        }
-    }
-
-    void get_remote_ip_and_port(std::string& ip, int& port) const override
-    {
-        ip = _info.remoteIp;
-        port = 0;
-        sockaddr_storage addr;
-        socklen_t len = sizeof(addr);
-        if (!_info.local &&
-            ::getpeername(_sock, reinterpret_cast<sockaddr*>(&addr), &len) == 0)
-        {
-            if (addr.ss_family == AF_INET)
-                port = ntohs(reinterpret_cast<sockaddr_in*>(&addr)->sin_port);
-            else if (addr.ss_family == AF_INET6)
-                port = ntohs(reinterpret_cast<sockaddr_in6*>(&addr)->sin6_port);
-        }
-    }
-
-    void get_local_ip_and_port(std::string& ip, int& port) const override
-    {
-        ip.clear();
-        port = 0;
-        sockaddr_storage addr;
-        socklen_t len = sizeof(addr);
-        if (_info.local ||
-            ::getsockname(_sock, reinterpret_cast<sockaddr*>(&addr), &len) != 0)
-            return;
-        char host[NI_MAXHOST];
-        char serv[NI_MAXSERV];
-        if (::getnameinfo(reinterpret_cast<sockaddr*>(&addr), len, host, sizeof(host),
-                serv, sizeof(serv), NI_NUMERICHOST | NI_NUMERICSERV) == 0)
-        {
-            ip = host;
-            port = std::atoi(serv);
-        }
-    }
-
-    socket_t socket() const override { return _sock; }
-
-private:
-    int _sock;
-    ReadBuffer& _buffer;
-    Clock::time_point _deadline;
-    int _writeTimeoutMs;
-    const ConnectionInfo& _info;
-};
-
-std::string peerAddress(int sock)
-{
-    sockaddr_storage addr;
-    socklen_t len = sizeof(addr);
-    if (::getpeername(sock, reinterpret_cast<sockaddr*>(&addr), &len) != 0)
-        return std::string();
-    char host[NI_MAXHOST];
-    if (::getnameinfo(reinterpret_cast<sockaddr*>(&addr), len, host, sizeof(host),
-            nullptr, 0, NI_NUMERICHOST) != 0)
-        return std::string();
-    std::string ip = host;
-    // IPv4 clients of a dual-stack socket appear as ::ffff:a.b.c.d.
-    if (ip.compare(0, 7, "::ffff:") == 0 && ip.find('.') != std::string::npos)
-        ip = ip.substr(7);
-    return ip;
-}
-
-bool peerUser(int sock, std::string& user)
-{
-    ucred cred;
     socklen_t len = sizeof(cred);
-    if (::getsockopt(sock, SOL_SOCKET, SO_PEERCRED, &cred, &len) != 0)
-        return false;
+    return ::getsockopt(sock, SOL_SOCKET, SO_PEERCRED, &cred, &len) == 0;
+}
+
+bool userName(uid_t uid, std::string& user)
+{
     std::vector<char> buf(16384);
     passwd pw;
     passwd* result = nullptr;
-    if (::getpwuid_r(cred.uid, &pw, buf.data(), buf.size(), &result) != 0 || !result)
+    if (::getpwuid_r(uid, &pw, buf.data(), buf.size(), &result) != 0 || !result)
         return false;
     user = result->pw_name;
     return true;
 }
 
-// Drops the "M-" of an M-POST request line, so that the HTTP parser sees
-// POST. False when the connection ended or stalled.
-bool stripExtensionMethod(int sock, ReadBuffer& buffer, Clock::time_point deadline,
-    bool& mpost)
-{
-    static const char prefix[] = "M-POST ";
-    const size_t want = sizeof(prefix) - 1;
-    mpost = false;
-    for (;;)
-    {
-        size_t have = std::min(buffer.available(), want);
-        if (std::memcmp(buffer.data.data() + buffer.pos, prefix, have) != 0)
-            return true;  // not M-POST
-        if (have == want)
-        {
-            buffer.pos += 2;
-            mpost = true;
-            return true;
-        }
-        if (!fill(sock, buffer, remainingMs(deadline)))
-            return buffer.available() > 0;
-    }
-}
+const char* const TOO_MANY_CONNECTIONS =
+    "HTTP/1.1 503 Service Unavailable\r\nContent-Length: 0\r\nConnection: close\r\n"
+    "Retry-After: 5\r\n\r\n";
 
 } // namespace
 
-CimHttpServer::CimHttpServer(bool local, int requestTimeoutSeconds)
-    : _local(local), _requestTimeoutSeconds(requestTimeoutSeconds)
+CimHttpServer::CimHttpServer(Kind kind, const ListenerLimits& limits, Logger& logger)
+    : _kind(kind), _limits(limits), _logger(logger)
 {
+    new_task_queue = [] { return new ConnectionThreads(); };
+    set_keep_alive_timeout(limits.keepAliveSeconds);
+    set_pre_routing_handler([this](const httplib::Request& req, httplib::Response& res) {
+        return checkHeaders(req, res) ? HandlerResponse::Handled : HandlerResponse::Unhandled;
+    });
+    // A client that waits for "100 Continue" gets it only once its headers
+    // passed the check.
+    set_expect_100_continue_handler([this](const httplib::Request& req, httplib::Response& res) {
+        return checkHeaders(req, res) ? res.status : 100;
+    });
 }
 
-const ConnectionInfo* CimHttpServer::currentConnection()
+CimHttpServer::~CimHttpServer()
+{
+    if (_tls)
+        SSL_CTX_free(_tls);
+}
+
+ConnectionInfo* CimHttpServer::currentConnection()
 {
     return tlsConnection;
+}
+
+bool CimHttpServer::loadCertificate(const std::string& certificateFile,
+    const std::string& keyFile)
+{
+    if (_tls)
+        SSL_CTX_free(_tls);
+    _tls = SSL_CTX_new(TLS_server_method());
+    if (!_tls)
+        return false;
+    SSL_CTX_set_min_proto_version(_tls, TLS1_2_VERSION);
+    SSL_CTX_set_options(_tls, SSL_OP_NO_COMPRESSION | SSL_OP_NO_RENEGOTIATION);
+    SSL_CTX_set_mode(_tls, SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
+    if (SSL_CTX_use_certificate_chain_file(_tls, certificateFile.c_str()) != 1 ||
+        SSL_CTX_use_PrivateKey_file(_tls, keyFile.c_str(), SSL_FILETYPE_PEM) != 1 ||
+        SSL_CTX_check_private_key(_tls) != 1)
+    {
+        SSL_CTX_free(_tls);
+        _tls = nullptr;
+        return false;
+    }
+    return true;
 }
 
 bool CimHttpServer::bindUnix(const std::string& path)
@@ -275,17 +135,41 @@ bool CimHttpServer::bindUnix(const std::string& path)
     return true;
 }
 
-bool CimHttpServer::waitForRequest(socket_t sock) const
+bool CimHttpServer::admit(const std::string& peer)
 {
-    // Poll in short slices so that a stopping server drops idle connections.
-    auto deadline = Clock::now() + std::chrono::seconds(keep_alive_timeout_sec_);
-    while (svr_sock_ != INVALID_SOCKET)
+    std::lock_guard<std::mutex> lock(_peersMutex);
+    int& count = _peers[peer];
+    if (_open >= _limits.maxConnections || count >= _limits.maxConnectionsPerPeer)
     {
-        int slice = std::min(remainingMs(deadline), 100);
-        if (pollFor(sock, POLLIN, slice))
-            return true;
-        if (remainingMs(deadline) == 0)
-            return false;
+        if (count == 0)
+            _peers.erase(peer);
+        return false;
+    }
+    ++count;
+    ++_open;
+    return true;
+}
+
+void CimHttpServer::release(const std::string& peer)
+{
+    std::lock_guard<std::mutex> lock(_peersMutex);
+    auto it = _peers.find(peer);
+    if (it != _peers.end() && --it->second <= 0)
+        _peers.erase(it);
+    --_open;
+}
+
+bool CimHttpServer::checkHeaders(const httplib::Request& req, httplib::Response& res)
+{
+    if (tlsHeadersChecked)
+        return false;
+    tlsHeadersChecked = true;
+    if (tlsStream)
+        tlsStream->setDeadline(Clock::now() + std::chrono::seconds(_limits.bodyTimeoutSeconds));
+    if (_headerCheck && _headerCheck(req, res))
+    {
+        tlsCloseAfterAnswer = true;
+        return true;
     }
     return false;
 }
@@ -293,41 +177,74 @@ bool CimHttpServer::waitForRequest(socket_t sock) const
 bool CimHttpServer::process_and_close_socket(socket_t sock)
 {
     ConnectionInfo info;
-    info.local = _local;
-    if (_local)
-    {
-        info.remoteIp = "127.0.0.1";
-        info.peerKnown = peerUser(sock, info.peerUser);
-    }
-    else
-    {
-        info.remoteIp = peerAddress(sock);
-    }
-    tlsConnection = &info;
-
-    bool ret = false;
-    size_t count = keep_alive_max_count_;
+    info.local = _kind == Kind::Local;
     int writeTimeoutMs = static_cast<int>(write_timeout_sec_ * 1000 + write_timeout_usec_ / 1000);
-    ReadBuffer buffer;
-    while (count > 0 && (buffer.available() > 0 || waitForRequest(sock)))
+    std::string peer;
     {
-        auto deadline = Clock::now() + std::chrono::seconds(_requestTimeoutSeconds);
-        if (!stripExtensionMethod(sock, buffer, deadline, info.mpost))
-            break;
-        DeadlineStream stream(sock, buffer, deadline, writeTimeoutMs, info);
-        bool closeConnection = count == 1;
-        bool connectionClosed = false;
-        ret = process_request(stream, closeConnection, connectionClosed,
-            std::function<void(httplib::Request&)>());
-        if (!ret || connectionClosed)
-            break;
-        --count;
-    }
+        ConnectionStream stream(sock, _tls, info.local, writeTimeoutMs);
+        if (info.local)
+        {
+            info.remoteIp = "127.0.0.1";
+            ucred cred;
+            if (peerCredentials(sock, cred))
+            {
+                peer = "uid " + std::to_string(cred.uid);
+                info.peerKnown = userName(cred.uid, info.peerUser);
+            }
+        }
+        else
+        {
+            int port = 0;
+            stream.get_remote_ip_and_port(info.remoteIp, port);
+            peer = info.remoteIp;
+        }
 
-    tlsConnection = nullptr;
+        bool admitted = admit(peer);
+        if (!admitted)
+        {
+            _logger.warning(info.remoteIp + (info.local ? " " + peer : std::string()) +
+                " connection refused: " + std::to_string(_limits.maxConnectionsPerPeer) +
+                " connections from this peer or " + std::to_string(_limits.maxConnections) +
+                " in all are open");
+            if (_kind != Kind::Tls)
+                stream.sendRaw(TOO_MANY_CONNECTIONS);
+        }
+        auto now = Clock::now();
+        auto headerTime = std::chrono::seconds(_limits.headerTimeoutSeconds);
+        if (admitted && stream.handshake(now + headerTime))
+        {
+            tlsConnection = &info;
+            tlsStream = &stream;
+            size_t count = keep_alive_max_count_;
+            auto stopped = [this] { return svr_sock_ == INVALID_SOCKET; };
+            while (count > 0 &&
+                stream.waitForRequest(Clock::now() + std::chrono::seconds(keep_alive_timeout_sec_),
+                    stopped))
+            {
+                stream.setDeadline(Clock::now() + headerTime);
+                info.user.clear();
+                tlsHeadersChecked = false;
+                tlsCloseAfterAnswer = false;
+                if (!stream.stripExtensionMethod(info.mpost))
+                    break;
+                bool connectionClosed = false;
+                bool ok = process_request(stream, count == 1, connectionClosed,
+                    std::function<void(httplib::Request&)>());
+                // A request that never reached the header check could not be
+                // parsed: what follows it on the connection is not trusted.
+                if (!ok || connectionClosed || tlsCloseAfterAnswer || !tlsHeadersChecked)
+                    break;
+                --count;
+            }
+            tlsConnection = nullptr;
+            tlsStream = nullptr;
+        }
+        if (admitted)
+            release(peer);
+    }
     ::shutdown(sock, SHUT_RDWR);
     ::close(sock);
-    return ret;
+    return true;
 }
 
 } // namespace cimhost

@@ -1,23 +1,35 @@
-// The HTTP/1.1 listener of cimhost, on TCP or on a Unix domain socket.
+// The HTTP/1.1 listener of cimhost, on TCP, TLS over TCP, or a Unix domain
+// socket.
 //
 // It is cpp-httplib's server with its own connection loop: every connection
-// runs on one worker of the pool, keep-alive requests are served in turn,
-// idle connections end after the keep-alive time-out (or at once when the
-// server stops), and a request must arrive completely within the read
-// time-out. Requests made with M-POST are served like POST (the handler sees
-// ConnectionInfo::mpost). For Unix sockets the peer's user id comes from
-// SO_PEERCRED.
+// runs on its own thread (see ConnectionThreads), and the number of open
+// connections is bounded in all and per peer (client address; user id on
+// the Unix socket). A TLS handshake must finish, and each request's headers
+// must arrive, within the header time-out; its body within the body
+// time-out counted from the end of the headers. The headers are checked
+// (see setHeaderCheck) before any byte of the body is read; a request the
+// check answers, or that cannot be parsed, ends its connection. Keep-alive
+// requests are served in turn; idle connections end after the keep-alive
+// time-out (or at once when the server stops). Requests made with M-POST
+// are served like POST (ConnectionInfo::mpost). For Unix sockets the peer's
+// user id comes from SO_PEERCRED.
 #ifndef CIMHOST_CIM_HTTP_SERVER_H
 #define CIMHOST_CIM_HTTP_SERVER_H
 
 #include <httplib.h>
+#include <openssl/ssl.h>
 
+#include <functional>
+#include <map>
+#include <mutex>
 #include <string>
 
 namespace cimhost
 {
 
-// What the request handler knows about the connection it runs for.
+class Logger;
+
+// What the request handlers know about the connection they run for.
 struct ConnectionInfo
 {
     bool local = false;      // Unix domain socket
@@ -25,27 +37,65 @@ struct ConnectionInfo
     std::string peerUser;    // local: user name of the peer's uid
     std::string remoteIp;    // TCP: client address; local: 127.0.0.1
     bool mpost = false;      // this request came as M-POST
+    std::string user;        // the user the header check let in
+};
+
+struct ListenerLimits
+{
+    int headerTimeoutSeconds = 10;
+    int bodyTimeoutSeconds = 20;
+    int keepAliveSeconds = 5;
+    int maxConnections = 256;
+    int maxConnectionsPerPeer = 32;
 };
 
 class CimHttpServer : public httplib::Server
 {
 public:
-    explicit CimHttpServer(bool local, int requestTimeoutSeconds);
+    enum class Kind
+    {
+        Tcp,
+        Tls,
+        Local
+    };
+
+    CimHttpServer(Kind kind, const ListenerLimits& limits, Logger& logger);
+    ~CimHttpServer() override;
+
+    // Tls: loads the certificate chain and key; false when they are not
+    // usable.
+    bool loadCertificate(const std::string& certificateFile, const std::string& keyFile);
 
     // Creates, binds and listens on the Unix socket (a stale socket file is
     // replaced, one a running server answers on is not; the file gets mode
     // 0666: the peer's uid is what counts).
     bool bindUnix(const std::string& path);
 
+    // Runs once per request, when its headers have arrived and before its
+    // body is read. Returns true when it answered the request itself (the
+    // connection then closes after the answer); it may set
+    // ConnectionInfo::user.
+    using HeaderCheck = std::function<bool(const httplib::Request&, httplib::Response&)>;
+    void setHeaderCheck(HeaderCheck check) { _headerCheck = std::move(check); }
+
     // The connection of the request being handled on this thread.
-    static const ConnectionInfo* currentConnection();
+    static ConnectionInfo* currentConnection();
 
 private:
     bool process_and_close_socket(socket_t sock) override;
-    bool waitForRequest(socket_t sock) const;
+    bool checkHeaders(const httplib::Request& req, httplib::Response& res);
+    bool admit(const std::string& peer);
+    void release(const std::string& peer);
 
-    bool _local;
-    int _requestTimeoutSeconds;
+    Kind _kind;
+    ListenerLimits _limits;
+    Logger& _logger;
+    SSL_CTX* _tls = nullptr;
+    HeaderCheck _headerCheck;
+
+    std::mutex _peersMutex;
+    std::map<std::string, int> _peers;  // open connections per peer
+    int _open = 0;
 };
 
 } // namespace cimhost

@@ -10,7 +10,10 @@
 #include <httplib.h>
 #include <openssl/evp.h>
 
+#include <CimXml/XmlReader.h>
+
 #include <algorithm>
+#include <cstdio>
 #include <chrono>
 #include <stdexcept>
 #include <unistd.h>
@@ -68,12 +71,66 @@ std::string headerValue(const httplib::Request& req, const char* name)
     return std::string();
 }
 
+// Text from the client as it goes into a log line: quotes, backslashes,
+// control characters and bytes of invalid UTF-8 escaped, so that nothing a
+// client sends can end a line or forge another one.
+std::string logText(const std::string& text)
+{
+    bool utf8 = XmlReader::isValidUtf8(text.data(), text.size());
+    std::string out;
+    out.reserve(text.size());
+    for (unsigned char c : text)
+    {
+        if (c == '"' || c == '\\')
+        {
+            out += '\\';
+            out += static_cast<char>(c);
+        }
+        else if (c < 0x20 || c == 0x7F || (c >= 0x80 && !utf8))
+        {
+            char buf[8];
+            std::snprintf(buf, sizeof(buf), "\\x%02X", c);
+            out += buf;
+        }
+        else
+            out += static_cast<char>(c);
+    }
+    return out;
+}
+
+// One Content-Length of digits only, and no Transfer-Encoding beside it.
+bool contentLengthOk(const httplib::Request& req)
+{
+    size_t lengths = req.headers.count("Content-Length");
+    if (lengths == 0)
+        return true;
+    if (lengths > 1 || req.has_header("Transfer-Encoding"))
+        return false;
+    const std::string& value = req.headers.find("Content-Length")->second;
+    if (value.empty() || value.size() > 18)
+        return false;
+    for (char c : value)
+        if (c < '0' || c > '9')
+            return false;
+    return true;
+}
+
+// An answer the header check gives: no body, and the connection closes.
+void refuse(httplib::Response& res, int status)
+{
+    res.status = status;
+    res.body.clear();
+    res.set_header("Connection", "close");
+}
+
 } // namespace
 
 HttpFrontEnd::HttpFrontEnd(const ServerOptions& options, CIMOperations& target,
     const String& hostName, PasswordFile* passwords, Logger& logger)
     : _options(options), _hostName(narrow(hostName)), _processor(target, hostName),
-      _passwords(passwords), _logger(logger)
+      _passwords(passwords), _logger(logger),
+      _throttle(options.maxLoginFailures, std::chrono::minutes(1)),
+      _slots(options.workerCount)
 {
 }
 
@@ -105,38 +162,35 @@ bool HttpFrontEnd::decodeBasic(const std::string& header, std::string& user,
     if (b64[b64.size() - 2] == '=')
         --len;
     out.resize(len);
+    // Only the one encoding of these bytes is accepted: no stray padding
+    // bits, no characters the decoder skipped.
+    std::string again(4 * ((len + 2) / 3) + 1, '\0');
+    int m = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(&again[0]),
+        reinterpret_cast<const unsigned char*>(out.data()), static_cast<int>(len));
+    if (m < 0 || again.compare(0, static_cast<size_t>(m), b64) != 0 ||
+        static_cast<size_t>(m) != b64.size())
+        return false;
     size_t colon = out.find(':');
-    if (colon == std::string::npos)
+    if (colon == std::string::npos || out.find('\0') != std::string::npos)
         return false;
     user = out.substr(0, colon);
     password = out.substr(colon + 1);
     return true;
 }
 
-void HttpFrontEnd::configure(httplib::Server& server, Transport transport)
+void HttpFrontEnd::configure(CimHttpServer& server, Transport transport)
 {
-    int workers = _options.workerCount > 0 ? _options.workerCount : 1;
-    server.new_task_queue = [workers] { return new httplib::ThreadPool(workers); };
     server.set_payload_max_length(_options.maxRequestBytes);
-    server.set_read_timeout(_options.readTimeoutSeconds, 0);
     server.set_write_timeout(_options.readTimeoutSeconds, 0);
-    server.set_keep_alive_timeout(5);
     server.set_keep_alive_max_count(1000);
     server.set_tcp_nodelay(true);
 
-    auto handler = [this, transport](const httplib::Request& req, httplib::Response& res) {
-        handle(req, res, transport);
-    };
-    server.Post(".*", handler);
-    auto notImplemented = [this](const httplib::Request& req, httplib::Response& res) {
-        res.status = 501;
-        _logger.warning(req.remote_addr + " " + req.method + " " + req.path + " -> 501");
-    };
-    server.Get(".*", notImplemented);
-    server.Put(".*", notImplemented);
-    server.Delete(".*", notImplemented);
-    server.Patch(".*", notImplemented);
-    server.Options(".*", notImplemented);
+    server.setHeaderCheck([this, transport](const httplib::Request& req, httplib::Response& res) {
+        return checkHeaders(req, res, transport);
+    });
+    server.Post(".*", [this](const httplib::Request& req, httplib::Response& res) {
+        handle(req, res);
+    });
     server.set_exception_handler(
         [this](const httplib::Request& req, httplib::Response& res, std::exception_ptr ep) {
             std::string what = "unknown exception";
@@ -152,7 +206,7 @@ void HttpFrontEnd::configure(httplib::Server& server, Transport transport)
             catch (...)
             {
             }
-            _logger.error("internal failure serving " + req.method + " " + req.path +
+            _logger.error("internal failure serving " + req.method + " " + logText(req.path) +
                 ": " + what);
             res.status = 500;
             res.body.clear();
@@ -163,50 +217,85 @@ void HttpFrontEnd::configure(httplib::Server& server, Transport transport)
     });
 }
 
-void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res,
+bool HttpFrontEnd::checkHeaders(const httplib::Request& req, httplib::Response& res,
     Transport transport)
 {
-    auto started = std::chrono::steady_clock::now();
-    const ConnectionInfo* conn =
-        transport == Transport::Tls ? nullptr : CimHttpServer::currentConnection();
-    std::string ip = conn ? conn->remoteIp : req.remote_addr;
-    std::string user;
-    std::string method = (conn && conn->mpost) ? "M-POST" : req.method;
+    ConnectionInfo* conn = CimHttpServer::currentConnection();
+    const std::string& ip = conn->remoteIp;
+    std::string method = conn->mpost ? "M-POST" : req.method;
 
+    if (req.method != "POST")
+    {
+        refuse(res, 501);
+        _logger.warning(ip + " " + logText(method) + " " + logText(req.path) + " -> 501");
+        return true;
+    }
     // Request line and Host come before authentication.
     if ((req.version == "HTTP/1.1" && !req.has_header("Host")) ||
         (method == "M-POST" && req.version != "HTTP/1.1"))
     {
-        res.status = 400;
-        res.set_header("Connection", "close");
-        _logger.warning(ip + " " + method + " " + req.version + " without Host -> 400");
-        return;
+        refuse(res, 400);
+        _logger.warning(ip + " " + method + " " + logText(req.version) + " without Host -> 400");
+        return true;
+    }
+    if (!contentLengthOk(req))
+    {
+        refuse(res, 400);
+        _logger.warning(ip + " " + method + " with conflicting Content-Length -> 400");
+        return true;
     }
 
+    std::string user;
     bool authenticated = false;
     if (transport == Transport::Local)
     {
-        authenticated = conn && conn->peerKnown;
+        authenticated = conn->peerKnown;
         if (authenticated)
             user = conn->peerUser;
     }
     else
     {
         std::string password;
-        auto auth = req.headers.find("Authorization");
-        if (auth != req.headers.end() && decodeBasic(auth->second, user, password))
-            authenticated = _passwords && _passwords->verify(user, password);
-        else
-            user.clear();
+        if (req.headers.count("Authorization") == 1 &&
+            decodeBasic(req.headers.find("Authorization")->second, user, password) &&
+            _passwords)
+        {
+            if (_passwords->recentlyVerified(user, password))
+                authenticated = true;
+            else if (_throttle.blocked(ip))
+            {
+                refuse(res, 429);
+                res.set_header("Retry-After", "60");
+                _logger.warning(ip + " user \"" + logText(user) + "\" " + method + " " +
+                    logText(headerValue(req, "CIMMethod")) +
+                    " -> 429 too many failed logins from this address");
+                return true;
+            }
+            else if (_passwords->verify(user, password))
+                authenticated = true;
+            else
+                _throttle.failed(ip);
+        }
     }
     if (!authenticated)
     {
-        res.status = 401;
+        refuse(res, 401);
         res.set_header("WWW-Authenticate", "Basic realm=\"" + _hostName + "\"");
-        _logger.warning(ip + " user \"" + user + "\" " + method + " " +
-            headerValue(req, "CIMMethod") + " -> 401 authentication failed");
-        return;
+        _logger.warning(ip + " user \"" + logText(user) + "\" " + method + " " +
+            logText(headerValue(req, "CIMMethod")) + " -> 401 authentication failed");
+        return true;
     }
+    conn->user = user;
+    return false;
+}
+
+void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
+{
+    auto started = std::chrono::steady_clock::now();
+    const ConnectionInfo* conn = CimHttpServer::currentConnection();
+    std::string ip = conn->remoteIp;
+    std::string user = conn->user;
+    std::string method = conn->mpost ? "M-POST" : req.method;
 
     OperationContext context;
 #ifdef PEGASUS_HAS_IDENTITY_IP_ADDRESS
@@ -222,7 +311,11 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res,
     for (const auto& h : req.headers)
         headers.emplace_back(h.first, h.second);
 
-    CimXmlHttpResponse answer = _processor.process(method, headers, req.body, context);
+    CimXmlHttpResponse answer;
+    {
+        RequestSlots::Hold slot(_slots);
+        answer = _processor.process(method, headers, req.body, context);
+    }
 
     res.status = static_cast<int>(answer.status);
     std::string contentType;
@@ -242,8 +335,9 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res,
 
     long ms = static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(
         std::chrono::steady_clock::now() - started).count());
-    std::string line = ip + " user \"" + user + "\" " + method + " " +
-        headerValue(req, "CIMMethod") + " " + headerValue(req, "CIMObject") + " -> " +
+    std::string line = ip + " user \"" + logText(user) + "\" " + method + " " +
+        logText(headerValue(req, "CIMMethod")) + " " + logText(headerValue(req, "CIMObject")) +
+        " -> " +
         std::to_string(answer.status);
     if (code)
         line += " CIM error " + std::to_string(code);
@@ -265,6 +359,16 @@ void HttpFrontEnd::runListener(httplib::Server& server)
         ::usleep(1000);
 }
 
+ListenerLimits HttpFrontEnd::limits() const
+{
+    ListenerLimits l;
+    l.headerTimeoutSeconds = _options.headerTimeoutSeconds;
+    l.bodyTimeoutSeconds = _options.readTimeoutSeconds;
+    l.maxConnections = _options.maxConnections;
+    l.maxConnectionsPerPeer = _options.maxConnectionsPerPeer;
+    return l;
+}
+
 void HttpFrontEnd::start()
 {
     if (_running)
@@ -273,7 +377,7 @@ void HttpFrontEnd::start()
     {
         if (_options.enableHttp)
         {
-            _http.reset(new CimHttpServer(false, _options.readTimeoutSeconds));
+            _http.reset(new CimHttpServer(CimHttpServer::Kind::Tcp, limits(), _logger));
             configure(*_http, Transport::Tcp);
             if (_options.httpPort == 0)
                 _httpPort = _http->bind_to_any_port(_options.httpAddress);
@@ -288,10 +392,8 @@ void HttpFrontEnd::start()
         }
         if (!_options.sslCertificateFile.empty() && !_options.sslKeyFile.empty())
         {
-            auto* https = new httplib::SSLServer(_options.sslCertificateFile.c_str(),
-                _options.sslKeyFile.c_str());
-            _https.reset(https);
-            if (!https->is_valid())
+            _https.reset(new CimHttpServer(CimHttpServer::Kind::Tls, limits(), _logger));
+            if (!_https->loadCertificate(_options.sslCertificateFile, _options.sslKeyFile))
                 throw std::runtime_error("cannot use certificate " +
                     _options.sslCertificateFile + " with key " + _options.sslKeyFile);
             configure(*_https, Transport::Tls);
@@ -308,7 +410,7 @@ void HttpFrontEnd::start()
         }
         if (!_options.socketPath.empty())
         {
-            _local.reset(new CimHttpServer(true, _options.readTimeoutSeconds));
+            _local.reset(new CimHttpServer(CimHttpServer::Kind::Local, limits(), _logger));
             configure(*_local, Transport::Local);
             if (!_local->bindUnix(_options.socketPath))
                 throw std::runtime_error("cannot listen on socket " + _options.socketPath);

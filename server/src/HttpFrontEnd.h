@@ -1,12 +1,19 @@
 // The listeners of cimhost: HTTP on TCP (Basic authentication against the
 // password file), HTTPS when a certificate and key are configured, and the
-// local Unix socket (the peer's uid is trusted). Each hands CIM-XML requests
-// to the request processor with an OperationContext holding the
-// authenticated user and the client's address, and logs every request.
+// local Unix socket (the peer's uid is trusted). Each checks a request's
+// headers and credentials before its body is read (answering 400, 401, 429
+// or 501 and closing the connection when they do not pass), hands CIM-XML
+// requests to the request processor with an OperationContext holding the
+// authenticated user and the client's address, at most workerCount at a
+// time, and logs every request (with the texts that came from the client
+// escaped).
 #ifndef CIMHOST_HTTP_FRONT_END_H
 #define CIMHOST_HTTP_FRONT_END_H
 
 #include <cimhost/EmbeddedServer.h>
+
+#include "LoginThrottle.h"
+#include "RequestSlots.h"
 
 #include <CimXml/CimXmlRequestProcessor.h>
 
@@ -27,6 +34,7 @@ namespace cimhost
 
 class CimHttpServer;
 class Logger;
+struct ListenerLimits;
 class PasswordFile;
 
 class HttpFrontEnd
@@ -57,23 +65,28 @@ public:
     const std::string& socketPath() const { return _socketPath; }
 
     // "user:password" from an "Authorization: Basic ..." value; false when
-    // the header is not Basic or not decodable.
+    // the header is not Basic, not in canonical base64, or the user or the
+    // password holds a NUL.
     static bool decodeBasic(const std::string& header, std::string& user,
         std::string& password);
 
 private:
-    void configure(httplib::Server& server, Transport transport);
-    void handle(const httplib::Request& req, httplib::Response& res, Transport transport);
+    void configure(CimHttpServer& server, Transport transport);
+    bool checkHeaders(const httplib::Request& req, httplib::Response& res, Transport transport);
+    void handle(const httplib::Request& req, httplib::Response& res);
     void runListener(httplib::Server& server);
+    ListenerLimits limits() const;
 
     ServerOptions _options;
     std::string _hostName;
     Pegasus::CimXmlRequestProcessor _processor;
     PasswordFile* _passwords;
     Logger& _logger;
+    LoginThrottle _throttle;
+    RequestSlots _slots;
 
     std::unique_ptr<CimHttpServer> _http;
-    std::unique_ptr<httplib::Server> _https;
+    std::unique_ptr<CimHttpServer> _https;
     std::unique_ptr<CimHttpServer> _local;
     std::vector<std::thread> _threads;
     int _httpPort = -1;

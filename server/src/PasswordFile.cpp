@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <sys/stat.h>
@@ -16,6 +17,16 @@
 
 namespace cimhost
 {
+
+namespace
+{
+
+// How long a successful verification is remembered, and for how many
+// credentials at most.
+const std::chrono::seconds CACHE_TIME(60);
+const size_t MAX_CACHED = 4096;
+
+} // namespace
 
 PasswordFile::PasswordFile(std::string path) : _path(std::move(path))
 {
@@ -116,31 +127,71 @@ std::string PasswordFile::cacheKey(const std::string& user, const std::string& p
     return std::string(reinterpret_cast<const char*>(mac), len);
 }
 
+const std::string& PasswordFile::dummyHash()
+{
+    std::call_once(_dummyOnce, [this] {
+        unsigned char random[16];
+        RAND_bytes(random, sizeof(random));
+        _dummy = hash(std::string(reinterpret_cast<const char*>(random), sizeof(random)));
+    });
+    return _dummy;
+}
+
+bool PasswordFile::cachedLocked(const std::string& user, const std::string& key)
+{
+    reloadIfChanged();
+    if (!_entries.count(user))
+        return false;
+    auto it = _verified.find(key);
+    if (it == _verified.end())
+        return false;
+    if (std::chrono::steady_clock::now() < it->second)
+        return true;
+    _verified.erase(it);
+    return false;
+}
+
+bool PasswordFile::recentlyVerified(const std::string& user, const std::string& password)
+{
+    std::string key = cacheKey(user, password);
+    std::lock_guard<std::mutex> lock(_mutex);
+    return cachedLocked(user, key);
+}
+
 bool PasswordFile::verify(const std::string& user, const std::string& password)
 {
     std::string stored;
     std::string key = cacheKey(user, password);
     {
         std::lock_guard<std::mutex> lock(_mutex);
-        reloadIfChanged();
-        auto it = _entries.find(user);
-        if (it == _entries.end())
-            return false;
-        if (_verified.count(key))
+        if (cachedLocked(user, key))
             return true;
-        stored = it->second;
+        auto it = _entries.find(user);
+        if (it != _entries.end())
+            stored = it->second;
     }
-    if (stored.empty() || stored[0] == '!' || stored[0] == '*')
-        return false;
+    // Unknown and disabled users are hashed too, against a hash no password
+    // matches.
+    bool usable = !stored.empty() && stored[0] != '!' && stored[0] != '*';
+    const std::string& against = usable ? stored : dummyHash();
     std::unique_ptr<crypt_data> data(new crypt_data());
-    const char* out = crypt_r(password.c_str(), stored.c_str(), data.get());
-    if (!out || std::strlen(out) != stored.size() ||
-        CRYPTO_memcmp(out, stored.data(), stored.size()) != 0)
+    const char* out = crypt_r(password.c_str(), against.c_str(), data.get());
+    if (!usable || !out || std::strlen(out) != against.size() ||
+        CRYPTO_memcmp(out, against.data(), against.size()) != 0)
         return false;
+    auto now = std::chrono::steady_clock::now();
     std::lock_guard<std::mutex> lock(_mutex);
     auto it = _entries.find(user);
-    if (it != _entries.end() && it->second == stored)
-        _verified.insert(key);
+    if (it == _entries.end() || it->second != stored)
+        return true;
+    if (_verified.size() >= MAX_CACHED)
+    {
+        for (auto v = _verified.begin(); v != _verified.end();)
+            v = v->second <= now ? _verified.erase(v) : std::next(v);
+        if (_verified.size() >= MAX_CACHED)
+            _verified.clear();
+    }
+    _verified[key] = now + CACHE_TIME;
     return true;
 }
 

@@ -51,13 +51,25 @@ CommandLine parseCommandLine(int argc, char** argv)
     app.add_option("--log-file", o.logFile, "log file (default: standard error)");
     app.add_option("--log-level", o.logLevel, "off, error, warning, info or debug")
         ->capture_default_str();
-    app.add_option("--workers", o.workerCount, "worker threads per listener")
+    app.add_option("--workers", o.workerCount, "requests answered at once")
         ->capture_default_str()->check(CLI::Range(1, 1024));
     app.add_option("--host-name", o.hostName, "host name in object paths (default: this machine's)");
     app.add_option("--max-request-bytes", o.maxRequestBytes, "largest request body accepted")
         ->capture_default_str();
+    app.add_option("--header-timeout", o.headerTimeoutSeconds,
+        "seconds a client may take for the TLS handshake and for the headers of one request")
+        ->capture_default_str()->check(CLI::Range(1, 3600));
     app.add_option("--read-timeout", o.readTimeoutSeconds,
-        "seconds a client may take to send one request")->capture_default_str();
+        "seconds a client may take to send the body of one request")
+        ->capture_default_str()->check(CLI::Range(1, 3600));
+    app.add_option("--max-connections", o.maxConnections, "open connections at most")
+        ->capture_default_str()->check(CLI::Range(1, 100000));
+    app.add_option("--max-connections-per-peer", o.maxConnectionsPerPeer,
+        "open connections at most from one client address (one user on the local socket)")
+        ->capture_default_str()->check(CLI::Range(1, 100000));
+    app.add_option("--max-login-failures", o.maxLoginFailures,
+        "failed logins per client address and minute before its logins are refused "
+        "(0: no limit)")->capture_default_str()->check(CLI::Range(0, 1000000));
 
     CLI::App* passwd = app.add_subcommand("passwd", "manage the password file");
     passwd->require_subcommand(1);

@@ -12,7 +12,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <fstream>
 #include <netinet/in.h>
+#include <poll.h>
 #include <pwd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -126,6 +128,37 @@ std::string roundTrip(int fd, const std::string& req)
     return readResponse(fd);
 }
 
+// Headers of an EnumerateInstanceNames request with these extra lines and
+// no body.
+std::string headersOnly(const std::string& extraHeaders)
+{
+    return "POST /cimom HTTP/1.1\r\nHost: localhost\r\n"
+        "Content-Type: application/xml; charset=\"utf-8\"\r\n"
+        "CIMOperation: MethodCall\r\nCIMMethod: EnumerateInstanceNames\r\n"
+        "CIMObject: root%2Ftest\r\n" + extraHeaders + "\r\n";
+}
+
+// True when the server closes the connection (within 5 s) after any answer.
+bool closedByServer(int fd)
+{
+    timeval tv{5, 0};
+    ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof(tv));
+    char buf[256];
+    for (;;)
+    {
+        ssize_t n = ::recv(fd, buf, sizeof(buf), 0);
+        if (n <= 0)
+            return n == 0;
+    }
+}
+
+// True when the server has neither answered nor closed the connection.
+bool stillOpen(int fd)
+{
+    pollfd p{fd, POLLIN, 0};
+    return ::poll(&p, 1, 0) == 0;
+}
+
 class HttpTest : public ::testing::Test
 {
 protected:
@@ -134,13 +167,24 @@ protected:
         char dir[] = "/tmp/cimhost-http-XXXXXX";
         tmp = ::mkdtemp(dir);
         cimhost::PasswordFile(tmp + "/passwd").setPassword("alice", "secret");
+        restart([](cimhost::ServerOptions&) {});
+    }
+
+    // (Re)starts the server with the fixture's options as changed by adjust.
+    template <class Adjust>
+    void restart(Adjust adjust)
+    {
+        client.reset();
+        server.reset();
         cimhost::ServerOptions o = cimhost_test::testModuleOptions();
         o.enableHttp = true;
         o.httpPort = 0;
         o.passwordFile = tmp + "/passwd";
         o.socketPath = tmp + "/cimhost.socket";
+        o.headerTimeoutSeconds = 1;
         o.readTimeoutSeconds = 1;
         o.maxRequestBytes = 4096;
+        adjust(o);
         server.reset(new cimhost::EmbeddedServer(o));
         server->start();
         port = server->httpPort();
@@ -311,6 +355,209 @@ TEST_F(HttpTest, DeeplyNestedReferenceKeysAreRefusedAsAnInvalidParameter)
     EXPECT_EQ(200, good->status);
 }
 
+TEST_F(HttpTest, HeadersAreCheckedBeforeTheBodyAndARefusalClosesTheConnection)
+{
+    std::string alice = "Authorization: " + basic("alice", "secret") + "\r\n";
+    std::string padded = basic("alice", "secret1");
+    std::string loosePadding = padded;
+    loosePadding.replace(loosePadding.find("MQ=="), 4, "MR==");
+    const struct
+    {
+        const char* what;
+        std::string headers;
+        const char* status;
+    } cases[] = {
+        {"no credentials", "Content-Length: 1000\r\n", "401"},
+        {"wrong password", "Content-Length: 1000\r\nAuthorization: " + basic("alice", "wrong") +
+            "\r\n", "401"},
+        {"unknown user", "Content-Length: 1000\r\nAuthorization: " + basic("nobody", "secret") +
+            "\r\n", "401"},
+        {"NUL in the password", "Content-Length: 1000\r\nAuthorization: " +
+            basic("alice", std::string("secret\0x", 8)) + "\r\n", "401"},
+        {"NUL in the user", "Content-Length: 1000\r\nAuthorization: " +
+            basic(std::string("alice\0", 6), "secret") + "\r\n", "401"},
+        {"non-canonical base64", "Content-Length: 1000\r\nAuthorization: " + loosePadding +
+            "\r\n", "401"},
+        {"base64 without padding", "Content-Length: 1000\r\nAuthorization: " +
+            padded.substr(0, padded.size() - 2) + "\r\n", "401"},
+        {"two Authorization headers", "Content-Length: 1000\r\n" + alice + alice, "401"},
+        {"duplicate Content-Length", "Content-Length: 1000\r\nContent-Length: 1000\r\n" + alice,
+            "400"},
+        {"conflicting Content-Length", "Content-Length: 1000\r\ncontent-length: 10\r\n" + alice,
+            "400"},
+        {"signed Content-Length", "Content-Length: +1000\r\n" + alice, "400"},
+        {"Content-Length and chunked", "Content-Length: 1000\r\n"
+            "Transfer-Encoding: chunked\r\n" + alice, "400"},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        int fd = connectTcp(port);
+        ASSERT_GE(fd, 0);
+        // The body is never sent: an answer proves it was not waited for.
+        std::string res = roundTrip(fd, headersOnly(c.headers));
+        EXPECT_EQ(0u, res.find("HTTP/1.1 " + std::string(c.status))) << res;
+        EXPECT_NE(std::string::npos, res.find("Connection: close")) << res;
+        EXPECT_TRUE(closedByServer(fd));
+        ::close(fd);
+    }
+    // The canonical form of the same credentials passes.
+    auto res = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
+        padded.c_str());
+    ASSERT_TRUE(res);
+    EXPECT_EQ(401, res->status);
+    cimhost::PasswordFile(tmp + "/passwd").setPassword("alice", "secret1");
+    res = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"), padded.c_str());
+    ASSERT_TRUE(res);
+    EXPECT_EQ(200, res->status);
+}
+
+TEST_F(HttpTest, HostileConnectionsDoNotKeepALoggedInClientWaiting)
+{
+    restart([](cimhost::ServerOptions& o) {
+        o.workerCount = 2;
+        o.headerTimeoutSeconds = 60;
+        o.readTimeoutSeconds = 60;
+    });
+    std::string alice = "Authorization: " + basic("alice", "secret") + "\r\n";
+    std::vector<int> held;
+    for (int i = 0; i < 8; i++)
+    {
+        // Headers that never end.
+        int slow = connectTcp(port);
+        ASSERT_GE(slow, 0);
+        std::string partial = "POST /cimom HTTP/1.1\r\nHost: localhost\r\n";
+        ::send(slow, partial.data(), partial.size(), MSG_NOSIGNAL);
+        held.push_back(slow);
+        // A logged-in client whose body never comes.
+        int lying = connectTcp(port);
+        ASSERT_GE(lying, 0);
+        std::string req = headersOnly("Content-Length: 4000\r\n" + alice) + "<CIM>";
+        ::send(lying, req.data(), req.size(), MSG_NOSIGNAL);
+        held.push_back(lying);
+    }
+    for (int i = 0; i < 8; i++)
+    {
+        // Without credentials: a lying Content-Length, and keep-alive
+        // requests answered 401 over and over.
+        for (const std::string& req : {headersOnly("Content-Length: 4000\r\n"),
+                 request("POST", ENUM_NAMES, "Connection: keep-alive\r\n"
+                     "CIMOperation: MethodCall\r\nCIMMethod: EnumerateInstanceNames\r\n"
+                     "CIMObject: root%2Ftest\r\n") + request("POST", ENUM_NAMES, "")})
+        {
+            int fd = connectTcp(port);
+            ASSERT_GE(fd, 0);
+            std::string res = roundTrip(fd, req);
+            EXPECT_EQ(0u, res.find("HTTP/1.1 401")) << res;
+            EXPECT_TRUE(closedByServer(fd));
+            ::close(fd);
+        }
+    }
+
+    auto res = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
+        basic("alice", "secret").c_str());
+    ASSERT_TRUE(res);
+    EXPECT_EQ(200, res->status);
+    EXPECT_NE(std::string::npos, res->body.find("<INSTANCENAME CLASSNAME=\"Test_Item\""));
+    for (int fd : held)
+    {
+        EXPECT_TRUE(stillOpen(fd));
+        ::close(fd);
+    }
+}
+
+TEST_F(HttpTest, ConnectionsFromOnePeerAreBounded)
+{
+    restart([](cimhost::ServerOptions& o) { o.maxConnectionsPerPeer = 2; });
+    std::string req = request("POST", ENUM_NAMES, "Authorization: " +
+        basic("alice", "secret") + "\r\nCIMOperation: MethodCall\r\n"
+        "CIMMethod: EnumerateInstanceNames\r\nCIMObject: root%2Ftest\r\n");
+    int first = connectTcp(port);
+    int second = connectTcp(port);
+    ASSERT_GE(first, 0);
+    ASSERT_GE(second, 0);
+    EXPECT_EQ(0u, roundTrip(first, req).find("HTTP/1.1 200"));
+    EXPECT_EQ(0u, roundTrip(second, req).find("HTTP/1.1 200"));
+    int third = connectTcp(port);
+    ASSERT_GE(third, 0);
+    std::string refused = roundTrip(third, req);
+    EXPECT_EQ(0u, refused.find("HTTP/1.1 503")) << refused;
+    ::close(third);
+    ::close(first);
+    // Once the server has seen the first one go, a new one is served.
+    std::string answer;
+    for (int i = 0; i < 50 && answer.find("HTTP/1.1 200") != 0; i++)
+    {
+        ::usleep(100000);
+        int fd = connectTcp(port);
+        ASSERT_GE(fd, 0);
+        answer = roundTrip(fd, req);
+        ::close(fd);
+    }
+    EXPECT_EQ(0u, answer.find("HTTP/1.1 200")) << answer;
+    ::close(second);
+}
+
+TEST_F(HttpTest, WrongPasswordFloodDoesNotLockOutLoggedInUsers)
+{
+    cimhost::PasswordFile(tmp + "/passwd").setPassword("bob", "hunter2");
+    restart([](cimhost::ServerOptions& o) { o.maxLoginFailures = 3; });
+    auto status = [&](const std::string& user, const std::string& password) {
+        auto res = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
+            basic(user, password).c_str());
+        return res ? res->status : -1;
+    };
+    EXPECT_EQ(200, status("alice", "secret"));
+    for (int i = 0; i < 3; i++)
+        EXPECT_EQ(401, status("mallory", "guess" + std::to_string(i)));
+    EXPECT_EQ(429, status("mallory", "guess3"));
+    EXPECT_EQ(429, status("alice", "wrong"));
+    // Credentials checked a moment ago still pass; others wait their turn.
+    EXPECT_EQ(200, status("alice", "secret"));
+    EXPECT_EQ(429, status("bob", "hunter2"));
+}
+
+TEST_F(HttpTest, ClientTextsAreEscapedInLogLines)
+{
+    restart([&](cimhost::ServerOptions& o) {
+        o.logFile = tmp + "/cimhost.log";
+        o.logLevel = "warning";
+    });
+    const struct
+    {
+        std::string user;
+        const char* logged;
+    } cases[] = {
+        // (Basic credentials end the user name at the first colon.)
+        {"eve\r\n2026-01-01 INFO 127.0.0.1 user \"root\"",
+            "user \"eve\\x0D\\x0A2026-01-01 INFO 127.0.0.1 user \\\"root\\\"\""},
+        {"a\\b\x1b[2J\x7f", "user \"a\\\\b\\x1B[2J\\x7F\""},
+        {"caf\xc3\xa9", "user \"caf\xc3\xa9\""},
+        {"bad\xff", "user \"bad\\xFF\""},
+    };
+    for (const auto& c : cases)
+    {
+        auto res = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
+            basic(c.user, "x").c_str());
+        ASSERT_TRUE(res);
+        EXPECT_EQ(401, res->status);
+    }
+    server.reset();
+    std::ifstream in(tmp + "/cimhost.log");
+    std::vector<std::string> refused;
+    for (std::string line; std::getline(in, line);)
+    {
+        EXPECT_EQ(0u, line.find("20")) << line;
+        if (line.find(" -> 401 ") != std::string::npos)
+            refused.push_back(line);
+    }
+    ASSERT_EQ(4u, refused.size());
+    for (size_t i = 0; i < 4; i++)
+        EXPECT_NE(std::string::npos, refused[i].find(std::string(" 127.0.0.1 ") +
+            cases[i].logged + " POST EnumerateInstanceNames -> 401 authentication failed"))
+            << refused[i];
+}
+
 TEST_F(HttpTest, MPostAndKeepAliveOnOneConnection)
 {
     int fd = connectTcp(port);
@@ -393,6 +640,54 @@ TEST(HttpsTest, ServesOverTlsWithTheSameAuthentication)
         ASSERT_TRUE(res);
         EXPECT_EQ(200, res->status);
         EXPECT_NE(std::string::npos, res->body.find("<INSTANCENAME CLASSNAME=\"Test_Item\""));
+    }
+    std::system(("rm -rf " + tmp).c_str());
+}
+
+TEST(HttpsTest, SlowHandshakesWaitOnTheirOwnAndAreCutOff)
+{
+    char dir[] = "/tmp/cimhost-tls-XXXXXX";
+    std::string tmp = ::mkdtemp(dir);
+    ASSERT_TRUE(writeSelfSignedCertificate(tmp + "/cert.pem", tmp + "/key.pem"));
+    cimhost::PasswordFile(tmp + "/passwd").setPassword("alice", "secret");
+    cimhost::ServerOptions o = cimhost_test::testModuleOptions();
+    o.enableHttp = false;
+    o.httpsPort = 0;
+    o.sslCertificateFile = tmp + "/cert.pem";
+    o.sslKeyFile = tmp + "/key.pem";
+    o.passwordFile = tmp + "/passwd";
+    o.workerCount = 1;
+    for (int headerTimeout : {60, 1})
+    {
+        SCOPED_TRACE(headerTimeout);
+        o.headerTimeoutSeconds = headerTimeout;
+        cimhost::EmbeddedServer server(o);
+        server.start();
+        // Connections that start a handshake and never finish it.
+        std::vector<int> held;
+        for (int i = 0; i < 8; i++)
+        {
+            int fd = connectTcp(server.httpsPort());
+            ASSERT_GE(fd, 0);
+            ::send(fd, "\x16\x03\x01", 3, MSG_NOSIGNAL);
+            held.push_back(fd);
+        }
+        if (headerTimeout == 60)
+        {
+            httplib::SSLClient client("127.0.0.1", server.httpsPort());
+            client.enable_server_certificate_verification(false);
+            httplib::Headers h = cimHeaders("EnumerateInstanceNames", "root%2Ftest");
+            h.emplace("Authorization", basic("alice", "secret"));
+            auto res = client.Post("/cimom", h, ENUM_NAMES, "application/xml");
+            ASSERT_TRUE(res);
+            EXPECT_EQ(200, res->status);
+        }
+        for (int fd : held)
+        {
+            // Open while the time-out runs, closed by the server after it.
+            EXPECT_TRUE(headerTimeout == 60 ? stillOpen(fd) : closedByServer(fd));
+            ::close(fd);
+        }
     }
     std::system(("rm -rf " + tmp).c_str());
 }

@@ -53,9 +53,12 @@ TEST(PasswordFile, VerifiesOnlyTheRightPasswordOfAKnownUser)
     PasswordFile writer(path);
     writer.setPassword("alice", "secret");
     PasswordFile file(path);
+    EXPECT_FALSE(file.recentlyVerified("alice", "secret"));
     EXPECT_TRUE(file.verify("alice", "secret"));
+    EXPECT_TRUE(file.recentlyVerified("alice", "secret"));
     EXPECT_TRUE(file.verify("alice", "secret"));  // cached
     EXPECT_FALSE(file.verify("alice", "Secret"));
+    EXPECT_FALSE(file.recentlyVerified("alice", "Secret"));
     EXPECT_FALSE(file.verify("alice", ""));
     EXPECT_FALSE(file.verify("mallory", "secret"));
     EXPECT_FALSE(file.verify("", ""));
@@ -70,6 +73,7 @@ TEST(PasswordFile, ChangesOnDiskTakeEffectWithoutRestart)
     tool.setPassword("alice", "one");
     EXPECT_TRUE(server.verify("alice", "one"));
     tool.setPassword("alice", "two");
+    EXPECT_FALSE(server.recentlyVerified("alice", "one"));
     EXPECT_FALSE(server.verify("alice", "one"));
     EXPECT_TRUE(server.verify("alice", "two"));
     EXPECT_TRUE(tool.remove("alice"));

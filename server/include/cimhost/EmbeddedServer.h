@@ -52,8 +52,18 @@ struct ServerOptions
     // TCP request must authenticate; an empty or missing file lets nobody in.
     std::string passwordFile;
 
-    // Worker threads that run requests (at least 1).
+    // Requests answered at once (at least 1). Each open connection has its
+    // own thread; these bound the work on requests.
     int workerCount = 8;
+    // Open connections at most, in all and from one client address (one
+    // user id on the local socket); more are refused with 503.
+    int maxConnections = 256;
+    int maxConnectionsPerPeer = 32;
+    // Failed logins from one client address within a minute after which its
+    // credentials are not checked until the minute has passed (429);
+    // credentials that passed within the last minute still pass. 0: no
+    // limit.
+    int maxLoginFailures = 10;
 
     // Request/error log; empty file = standard error. Levels: "error",
     // "warning", "info", "debug"; "off" disables logging.
@@ -62,7 +72,9 @@ struct ServerOptions
 
     // Largest request body accepted, in bytes.
     size_t maxRequestBytes = 32u * 1024u * 1024u;
-    // Read time-out for a slow client, in seconds.
+    // Seconds a client may take for the TLS handshake and for the headers
+    // of one request, and then for its body.
+    int headerTimeoutSeconds = 10;
     int readTimeoutSeconds = 20;
 
     // The socket path used when none is configured: $CIMHOST_SOCKET, else

@@ -1,0 +1,256 @@
+#include "ConnectionStream.h"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <netdb.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <openssl/err.h>
+
+#include <algorithm>
+
+namespace cimhost
+{
+
+namespace
+{
+
+int remainingMs(ConnectionStream::Clock::time_point deadline)
+{
+    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        deadline - ConnectionStream::Clock::now()).count();
+    return left > 0 ? static_cast<int>(left) : 0;
+}
+
+bool pollFor(int sock, short events, int timeoutMs)
+{
+    pollfd p{sock, events, 0};
+    for (;;)
+    {
+        int r = ::poll(&p, 1, timeoutMs);
+        if (r < 0 && errno == EINTR)
+            continue;
+        return r > 0;
+    }
+}
+
+// After a TLS call that wants more I/O: waits for it; false on time-out or
+// a failure of the connection.
+bool waitForTls(SSL* ssl, int sock, int result, int timeoutMs)
+{
+    switch (SSL_get_error(ssl, result))
+    {
+        case SSL_ERROR_WANT_READ:
+            return pollFor(sock, POLLIN, timeoutMs);
+        case SSL_ERROR_WANT_WRITE:
+            return pollFor(sock, POLLOUT, timeoutMs);
+        default:
+            return false;
+    }
+}
+
+} // namespace
+
+ConnectionStream::ConnectionStream(int sock, SSL_CTX* tls, bool local, int writeTimeoutMs)
+    : _sock(sock), _local(local), _writeTimeoutMs(writeTimeoutMs), _deadline(Clock::now())
+{
+    if (tls)
+    {
+        // Non-blocking, so that a TLS record that arrives in pieces cannot
+        // hold a read past its deadline.
+        int flags = ::fcntl(sock, F_GETFL, 0);
+        ::fcntl(sock, F_SETFL, flags | O_NONBLOCK);
+        _ssl = SSL_new(tls);
+        if (_ssl)
+        {
+            SSL_set_fd(_ssl, sock);
+            SSL_set_accept_state(_ssl);
+        }
+    }
+}
+
+ConnectionStream::~ConnectionStream()
+{
+    if (_ssl)
+    {
+        SSL_shutdown(_ssl);
+        SSL_free(_ssl);
+    }
+}
+
+bool ConnectionStream::handshake(Clock::time_point deadline)
+{
+    if (!_ssl)
+        return true;
+    for (;;)
+    {
+        ERR_clear_error();
+        int r = SSL_do_handshake(_ssl);
+        if (r == 1)
+            return true;
+        if (!waitForTls(_ssl, _sock, r, remainingMs(deadline)))
+            return false;
+    }
+}
+
+bool ConnectionStream::waitReadable(int timeoutMs) const
+{
+    if (_ssl && SSL_pending(_ssl) > 0)
+        return true;
+    return pollFor(_sock, POLLIN, timeoutMs);
+}
+
+bool ConnectionStream::fill()
+{
+    char chunk[8192];
+    for (;;)
+    {
+        ssize_t n;
+        if (_ssl)
+        {
+            ERR_clear_error();
+            int r = SSL_read(_ssl, chunk, sizeof(chunk));
+            if (r <= 0)
+            {
+                if (!waitForTls(_ssl, _sock, r, remainingMs(_deadline)))
+                    return false;
+                continue;
+            }
+            n = r;
+        }
+        else
+        {
+            if (!pollFor(_sock, POLLIN, remainingMs(_deadline)))
+                return false;
+            n = ::recv(_sock, chunk, sizeof(chunk), 0);
+            if (n < 0 && errno == EINTR)
+                continue;
+            if (n <= 0)
+                return false;
+        }
+        if (_pos == _data.size())
+        {
+            _data.clear();
+            _pos = 0;
+        }
+        _data.append(chunk, static_cast<size_t>(n));
+        return true;
+    }
+}
+
+bool ConnectionStream::stripExtensionMethod(bool& mpost)
+{
+    static const char prefix[] = "M-POST ";
+    const size_t want = sizeof(prefix) - 1;
+    mpost = false;
+    for (;;)
+    {
+        size_t have = std::min(buffered(), want);
+        if (std::memcmp(_data.data() + _pos, prefix, have) != 0)
+            return true;  // not M-POST
+        if (have == want)
+        {
+            _pos += 2;
+            mpost = true;
+            return true;
+        }
+        if (!fill())
+            return buffered() > 0;
+    }
+}
+
+void ConnectionStream::sendRaw(const std::string& text)
+{
+    write(text.data(), text.size());
+}
+
+bool ConnectionStream::is_readable() const
+{
+    return buffered() > 0 || waitReadable(remainingMs(_deadline));
+}
+
+bool ConnectionStream::is_writable() const
+{
+    return pollFor(_sock, POLLOUT, _writeTimeoutMs);
+}
+
+ssize_t ConnectionStream::read(char* ptr, size_t size)
+{
+    if (buffered() == 0 && !fill())
+        return -1;
+    size_t n = std::min(size, buffered());
+    std::memcpy(ptr, _data.data() + _pos, n);
+    _pos += n;
+    return static_cast<ssize_t>(n);
+}
+
+ssize_t ConnectionStream::write(const char* ptr, size_t size)
+{
+    if (_ssl)
+    {
+        if (size == 0)
+            return 0;
+        for (;;)
+        {
+            ERR_clear_error();
+            int r = SSL_write(_ssl, ptr, static_cast<int>(std::min<size_t>(size, 1 << 30)));
+            if (r > 0)
+                return r;
+            if (!waitForTls(_ssl, _sock, r, _writeTimeoutMs))
+                return -1;
+        }
+    }
+    if (!is_writable())
+        return -1;
+    for (;;)
+    {
+        ssize_t n = ::send(_sock, ptr, size, MSG_NOSIGNAL);
+        if (n < 0 && errno == EINTR)
+            continue;
+        return n;
+    }
+}
+
+void ConnectionStream::get_remote_ip_and_port(std::string& ip, int& port) const
+{
+    ip = _local ? "127.0.0.1" : std::string();
+    port = 0;
+    sockaddr_storage addr;
+    socklen_t len = sizeof(addr);
+    if (_local || ::getpeername(_sock, reinterpret_cast<sockaddr*>(&addr), &len) != 0)
+        return;
+    char host[NI_MAXHOST];
+    char serv[NI_MAXSERV];
+    if (::getnameinfo(reinterpret_cast<sockaddr*>(&addr), len, host, sizeof(host), serv,
+            sizeof(serv), NI_NUMERICHOST | NI_NUMERICSERV) != 0)
+        return;
+    ip = host;
+    // IPv4 clients of a dual-stack socket appear as ::ffff:a.b.c.d.
+    if (ip.compare(0, 7, "::ffff:") == 0 && ip.find('.') != std::string::npos)
+        ip = ip.substr(7);
+    port = std::atoi(serv);
+}
+
+void ConnectionStream::get_local_ip_and_port(std::string& ip, int& port) const
+{
+    ip.clear();
+    port = 0;
+    sockaddr_storage addr;
+    socklen_t len = sizeof(addr);
+    if (_local || ::getsockname(_sock, reinterpret_cast<sockaddr*>(&addr), &len) != 0)
+        return;
+    char host[NI_MAXHOST];
+    char serv[NI_MAXSERV];
+    if (::getnameinfo(reinterpret_cast<sockaddr*>(&addr), len, host, sizeof(host), serv,
+            sizeof(serv), NI_NUMERICHOST | NI_NUMERICSERV) == 0)
+    {
+        ip = host;
+        port = std::atoi(serv);
+    }
+}
+
+} // namespace cimhost

@@ -1,0 +1,85 @@
+// One accepted connection of cimhost as the HTTP parser's stream: plain TCP,
+// a Unix socket, or TLS over TCP (the handshake done here, under a
+// deadline). Reads must finish before the current deadline, which the
+// server moves from the header phase to the body phase of each request, so
+// a client that trickles bytes is cut off whatever it sends. Bytes read and
+// not consumed yet stay in the stream for the next request on the
+// connection.
+#ifndef CIMHOST_CONNECTION_STREAM_H
+#define CIMHOST_CONNECTION_STREAM_H
+
+#include <httplib.h>
+#include <openssl/ssl.h>
+
+#include <chrono>
+#include <string>
+
+namespace cimhost
+{
+
+class ConnectionStream : public httplib::Stream
+{
+public:
+    using Clock = std::chrono::steady_clock;
+
+    // tls: the server context for a TLS connection, or null. local: a Unix
+    // socket (no peer address).
+    ConnectionStream(int sock, SSL_CTX* tls, bool local, int writeTimeoutMs);
+    ~ConnectionStream() override;
+    ConnectionStream(const ConnectionStream&) = delete;
+    ConnectionStream& operator=(const ConnectionStream&) = delete;
+
+    // The TLS handshake (nothing without TLS); false when it fails or does
+    // not finish before the deadline.
+    bool handshake(Clock::time_point deadline);
+
+    // Waits until a request starts arriving, in short slices so that
+    // stopped() ends the wait; false on time-out, end of stream or stop.
+    template <class Stopped>
+    bool waitForRequest(Clock::time_point deadline, Stopped stopped)
+    {
+        while (!stopped())
+        {
+            if (buffered() > 0 || waitReadable(100))
+                return true;
+            if (Clock::now() >= deadline)
+                return false;
+        }
+        return false;
+    }
+
+    void setDeadline(Clock::time_point deadline) { _deadline = deadline; }
+
+    // Drops the "M-" of an M-POST request line, so that the HTTP parser sees
+    // POST. False when the connection ended or stalled before the method.
+    bool stripExtensionMethod(bool& mpost);
+
+    // Sends raw bytes (an answer given before any request was parsed).
+    void sendRaw(const std::string& text);
+
+    // httplib::Stream
+    bool is_readable() const override;
+    bool is_writable() const override;
+    ssize_t read(char* ptr, size_t size) override;
+    ssize_t write(const char* ptr, size_t size) override;
+    void get_remote_ip_and_port(std::string& ip, int& port) const override;
+    void get_local_ip_and_port(std::string& ip, int& port) const override;
+    socket_t socket() const override { return _sock; }
+
+private:
+    size_t buffered() const { return _data.size() - _pos; }
+    bool waitReadable(int timeoutMs) const;
+    bool fill();  // reads more bytes before the deadline
+
+    int _sock;
+    SSL* _ssl = nullptr;
+    bool _local;
+    int _writeTimeoutMs;
+    Clock::time_point _deadline;
+    std::string _data;
+    size_t _pos = 0;
+};
+
+} // namespace cimhost
+
+#endif
