@@ -368,6 +368,8 @@ TEST_F(HttpTest, HeadersAreCheckedBeforeTheBodyAndARefusalClosesTheConnection)
         const char* status;
     } cases[] = {
         {"no credentials", "Content-Length: 1000\r\n", "401"},
+        {"no credentials, waiting for 100 Continue", "Content-Length: 1000\r\n"
+            "Expect: 100-continue\r\n", "401"},
         {"wrong password", "Content-Length: 1000\r\nAuthorization: " + basic("alice", "wrong") +
             "\r\n", "401"},
         {"unknown user", "Content-Length: 1000\r\nAuthorization: " + basic("nobody", "secret") +
