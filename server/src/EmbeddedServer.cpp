@@ -2,6 +2,7 @@
 
 #include "HttpFrontEnd.h"
 #include "Logger.h"
+#include "NamespaceDirectory.h"
 #include "PasswordFile.h"
 #include "ProviderManager.h"
 #include "ProviderRegistry.h"
@@ -141,6 +142,7 @@ void EmbeddedServer::start()
         " classes, " + std::to_string(compiler.instanceCount()) + " instances");
 
     d.registry.load(d.repository, d.logger);
+    NamespaceDirectory::publish(d.repository, d.registry);
     d.providers.reset(new ProviderManager(d.options.moduleDirs, d.logger));
     d.router.reset(new Router(d.repository, d.registry, *d.providers,
         String(host.c_str()), d.logger));

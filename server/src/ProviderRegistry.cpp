@@ -129,7 +129,9 @@ std::vector<const ProviderCapability*> ProviderRegistry::findAll(
     const CIMNamespaceName& nameSpace, unsigned type) const
 {
     std::vector<const ProviderCapability*> result;
-    std::string prefix = key(nameSpace.getString()) + ":";
+    std::string name = key(nameSpace.getString());
+    auto alias = _aliases.find(name);
+    std::string prefix = (alias == _aliases.end() ? name : alias->second) + ":";
     for (const ProviderCapability& cap : _capabilities)
     {
         if (!(cap.types & type))
@@ -144,6 +146,19 @@ std::vector<const ProviderCapability*> ProviderRegistry::findAll(
         }
     }
     return result;
+}
+
+void ProviderRegistry::addNamespaceAlias(const CIMNamespaceName& alias,
+    const CIMNamespaceName& target)
+{
+    const std::string from = key(target.getString());
+    const std::string to = key(alias.getString());
+    _aliases[to] = from;
+    std::vector<std::pair<std::string, size_t>> added;
+    for (const auto& entry : _byClass)
+        if (entry.first.compare(0, from.size() + 1, from + ":") == 0)
+            added.emplace_back(to + entry.first.substr(from.size()), entry.second);
+    _byClass.insert(added.begin(), added.end());
 }
 
 void ProviderRegistry::load(const Repository& repository, Logger& logger)

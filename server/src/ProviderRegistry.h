@@ -71,6 +71,11 @@ public:
     std::vector<const ProviderCapability*> findAll(
         const Pegasus::CIMNamespaceName& nameSpace, unsigned type) const;
 
+    // Serves in alias whatever is registered for target (the repository's
+    // second name of a namespace), for registrations made so far.
+    void addNamespaceAlias(const Pegasus::CIMNamespaceName& alias,
+        const Pegasus::CIMNamespaceName& target);
+
     size_t capabilityCount() const { return _capabilities.size(); }
 
 private:
@@ -80,6 +85,8 @@ private:
     std::vector<ProviderCapability> _capabilities;
     // namespace:class (lower case) -> indexes into _capabilities
     std::multimap<std::string, size_t> _byClass;
+    // alias (lower case) -> namespace it names (lower case)
+    std::map<std::string, std::string> _aliases;
 };
 
 } // namespace cimhost

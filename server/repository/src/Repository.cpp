@@ -343,10 +343,16 @@ struct Repository::Data
 {
     std::vector<std::string> namespaceOrder;
     std::unordered_map<std::string, NamespaceData> namespaces;
+    // alias key -> key of the namespace it names
+    std::unordered_map<std::string, std::string> aliases;
 
     NamespaceData* findNamespace(const CIMNamespaceName& ns)
     {
-        auto it = namespaces.find(lowerKey(ns.getString()));
+        std::string key = lowerKey(ns.getString());
+        auto alias = aliases.find(key);
+        if (alias != aliases.end())
+            key = alias->second;
+        auto it = namespaces.find(key);
         return it == namespaces.end() ? nullptr : &it->second;
     }
 
@@ -573,7 +579,7 @@ void Repository::createNamespace(const CIMNamespaceName& nameSpace)
 {
     std::unique_lock<std::shared_mutex> lock(_mutex);
     std::string key = lowerKey(nameSpace.getString());
-    if (_data->namespaces.count(key))
+    if (_data->namespaces.count(key) || _data->aliases.count(key))
         return;
     NamespaceData& d = _data->namespaces[key];
     d.name = nameSpace;
@@ -593,6 +599,18 @@ Array<CIMNamespaceName> Repository::enumerateNamespaces() const
     for (const std::string& k : _data->namespaceOrder)
         out.append(_data->namespaces.at(k).name);
     return out;
+}
+
+void Repository::addNamespaceAlias(const CIMNamespaceName& alias, const CIMNamespaceName& target)
+{
+    std::unique_lock<std::shared_mutex> lock(_mutex);
+    const std::string targetKey = lowerKey(target.getString());
+    if (!_data->namespaces.count(targetKey))
+        raise(CIM_ERR_INVALID_NAMESPACE, toStd(target.getString()));
+    const std::string key = lowerKey(alias.getString());
+    if (_data->namespaces.count(key) || _data->aliases.count(key))
+        raise(CIM_ERR_ALREADY_EXISTS, toStd(alias.getString()));
+    _data->aliases[key] = targetKey;
 }
 
 // ---- qualifier declarations

@@ -44,8 +44,14 @@ public:
     // Creates the namespace if it does not exist yet.
     void createNamespace(const Pegasus::CIMNamespaceName& nameSpace);
     bool namespaceExists(const Pegasus::CIMNamespaceName& nameSpace) const;
-    // In creation order.
+    // In creation order; aliases are not listed.
     Pegasus::Array<Pegasus::CIMNamespaceName> enumerateNamespaces() const;
+    // Makes alias a second name of the existing namespace target: everything
+    // asked of the alias is asked of the target. CIM_ERR_INVALID_NAMESPACE
+    // when target does not exist, CIM_ERR_ALREADY_EXISTS when alias names a
+    // namespace already.
+    void addNamespaceAlias(const Pegasus::CIMNamespaceName& alias,
+        const Pegasus::CIMNamespaceName& target);
 
     // ---- qualifier declarations
     // Adds the declaration, or replaces one of the same name.
