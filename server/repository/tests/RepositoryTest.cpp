@@ -265,6 +265,27 @@ TEST_F(RepositoryTest, ClassOperationErrors)
     EXPECT_FALSE(repo.classExists(CIMNamespaceName("root/none"), CIMName("T_Base")));
 }
 
+TEST_F(RepositoryTest, AnAliasIsASecondNameOfItsNamespaceOnly)
+{
+    const CIMNamespaceName alias("test");
+    repo.addNamespaceAlias(alias, NS);
+    EXPECT_TRUE(repo.classExists(CIMNamespaceName("TEST"), CIMName("T_Leaf")));
+    repo.addClass(alias, CIMClass(CIMName("T_ViaAlias"), CIMName("T_Leaf")));
+    EXPECT_TRUE(repo.classExists(NS, CIMName("T_ViaAlias")));
+    repo.createNamespace(alias);   // names a namespace already: nothing happens
+    Array<CIMNamespaceName> all = repo.enumerateNamespaces();
+    for (Uint32 i = 0; i < all.size(); ++i)
+        EXPECT_FALSE(all[i].equal(alias));
+
+    std::string msg;
+    EXPECT_EQ(cimCode([&] { repo.addNamespaceAlias(CIMNamespaceName("other"), CIMNamespaceName("root/none")); },
+        &msg), CIM_ERR_INVALID_NAMESPACE);
+    EXPECT_EQ(msg, "root/none");
+    EXPECT_FALSE(repo.namespaceExists(CIMNamespaceName("other")));
+    EXPECT_EQ(cimCode([&] { repo.addNamespaceAlias(alias, NS); }), CIM_ERR_ALREADY_EXISTS);
+    EXPECT_EQ(cimCode([&] { repo.addNamespaceAlias(NS, NS); }), CIM_ERR_ALREADY_EXISTS);
+}
+
 class InstanceTest : public RepositoryTest
 {
 protected:
