@@ -48,7 +48,7 @@ Array<String> strings(std::initializer_list<const char*> values)
 } // namespace
 
 VELK_InteropModel::VELK_InteropModel(CIMOMHandle& cimom, const OperationContext& context,
-    const CIMNamespaceName& nameSpace, const String& hostName)
+    const CIMNamespaceName& nameSpace, const String& hostName, Boolean withServices)
     : _cimom(cimom), _nameSpace(nameSpace), _hostName(hostName)
 {
     // The object manager and how it is reached.
@@ -93,13 +93,21 @@ VELK_InteropModel::VELK_InteropModel(CIMOMHandle& cimom, const OperationContext&
     xml = _keep(xml, SERVICE_KEYS, 4);
     _link("CIM_CommMechanismForManager", "Antecedent", om, "Dependent", xml.getPath());
 
-    // The namespaces: root and those below it.
+    // The namespaces: root and those below it, as root's __Namespace
+    // instances name them; without those, this one alone.
     Array<String> names;
-    names.append("root");
-    const Array<CIMObjectPath> children = _cimom.enumerateInstanceNames(context, CIMNamespaceName("root"),
-        CIMName("__Namespace"));
-    for (Uint32 i = 0; i < children.size(); i++)
-        names.append("root/" + keyValue(children[i], "Name"));
+    try
+    {
+        const Array<CIMObjectPath> children = _cimom.enumerateInstanceNames(context,
+            CIMNamespaceName("root"), CIMName("__Namespace"));
+        names.append("root");
+        for (Uint32 i = 0; i < children.size(); i++)
+            names.append("root/" + keyValue(children[i], "Name"));
+    }
+    catch (const CIMException&)
+    {
+        names.append(nameSpace.getString());
+    }
     for (Uint32 i = 0; i < names.size(); i++)
     {
         CIMInstance ns = _new("CIM_Namespace");
@@ -122,7 +130,7 @@ VELK_InteropModel::VELK_InteropModel(CIMOMHandle& cimom, const OperationContext&
     const CIMInstance jobControl = _profile(SUBPROFILE_CLASS, "Job Control", PROFILE_VERSION);
     _link("CIM_SubProfileRequiresProfile", "Antecedent", array, "Dependent", jobControl.getPath());
     _link("CIM_ElementConformsToProfile", "ConformantStandard", server, "ManagedElement", om.getPath());
-    for (size_t s = 0; s < sizeof SERVICE_CLASSES / sizeof SERVICE_CLASSES[0]; s++)
+    for (size_t s = 0; withServices && s < sizeof SERVICE_CLASSES / sizeof SERVICE_CLASSES[0]; s++)
     {
         Array<CIMObjectPath> services = _cimom.enumerateInstanceNames(context,
             CIMNamespaceName(VELK_NAMESPACE), CIMName(SERVICE_CLASSES[s]));

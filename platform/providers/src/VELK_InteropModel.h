@@ -17,9 +17,12 @@ class VELK_InteropModel
 public:
     // Instances get paths with host hostName and namespace nameSpace (the
     // interop namespace asked); every property of their class is present.
-    // The server's namespaces and the services are read through cimom.
+    // The server's namespaces and the services are read through cimom; the
+    // services only with withServices (for the conformance of the Array
+    // profile and the Job Control subprofile), so that the rest never waits
+    // for the array.
     VELK_InteropModel(CIMOMHandle& cimom, const OperationContext& context,
-        const CIMNamespaceName& nameSpace, const String& hostName);
+        const CIMNamespaceName& nameSpace, const String& hostName, Boolean withServices);
 
     // The instances of exactly that class.
     Array<CIMInstance> of(const CIMName& className) const;

@@ -12,6 +12,12 @@ PEGASUS_NAMESPACE_BEGIN
 namespace
 {
 
+// Whether answering about that class needs the array's services.
+Boolean needsServices(const CIMName& className)
+{
+    return className.equal(CIMName("CIM_ElementConformsToProfile"));
+}
+
 // The namespace of a result path; the request's when it has none.
 CIMNamespaceName namespaceOf(const CIMObjectPath& path, const CIMNamespaceName& requested)
 {
@@ -90,7 +96,7 @@ void VELK_InteropProvider::getInstance(const OperationContext& context,
     const Boolean includeClassOrigin, const CIMPropertyList& propertyList, InstanceResponseHandler& handler)
 {
     const VELK_InteropModel model(_cimom, context, instanceReference.getNameSpace(),
-        instanceReference.getHost());
+        instanceReference.getHost(), needsServices(instanceReference.getClassName()));
     const CIMInstance found = model.find(instanceReference);
     if (found.isUninitialized())
         throw CIMObjectNotFoundException(instanceReference.toString());
@@ -104,7 +110,8 @@ void VELK_InteropProvider::enumerateInstances(const OperationContext& context,
     const CIMObjectPath& classReference, const Boolean includeQualifiers, const Boolean includeClassOrigin,
     const CIMPropertyList& propertyList, InstanceResponseHandler& handler)
 {
-    const VELK_InteropModel model(_cimom, context, classReference.getNameSpace(), classReference.getHost());
+    const VELK_InteropModel model(_cimom, context, classReference.getNameSpace(), classReference.getHost(),
+        needsServices(classReference.getClassName()));
     const Array<CIMInstance> all = model.of(classReference.getClassName());
     Array<CIMInstance> result;
     for (Uint32 i = 0; i < all.size(); i++)
@@ -116,7 +123,8 @@ void VELK_InteropProvider::enumerateInstances(const OperationContext& context,
 void VELK_InteropProvider::enumerateInstanceNames(const OperationContext& context,
     const CIMObjectPath& classReference, ObjectPathResponseHandler& handler)
 {
-    const VELK_InteropModel model(_cimom, context, classReference.getNameSpace(), classReference.getHost());
+    const VELK_InteropModel model(_cimom, context, classReference.getNameSpace(), classReference.getHost(),
+        needsServices(classReference.getClassName()));
     const Array<CIMInstance> all = model.of(classReference.getClassName());
     Array<CIMObjectPath> result;
     for (Uint32 i = 0; i < all.size(); i++)
@@ -130,7 +138,7 @@ void VELK_InteropProvider::associators(const OperationContext& context, const CI
     const CIMPropertyList& propertyList, ObjectResponseHandler& handler)
 {
     const CIMNamespaceName& ns = objectName.getNameSpace();
-    const VELK_InteropModel model(_cimom, context, ns, objectName.getHost());
+    const VELK_InteropModel model(_cimom, context, ns, objectName.getHost(), needsServices(associationClass));
     const std::vector<VELK_AssociationWalker::Link> links =
         VELK_AssociationWalker::links(model.of(associationClass), objectName, role, resultRole);
     Array<CIMObject> result;
@@ -152,7 +160,7 @@ void VELK_InteropProvider::associatorNames(const OperationContext& context,
     const String& role, const String& resultRole, ObjectPathResponseHandler& handler)
 {
     const CIMNamespaceName& ns = objectName.getNameSpace();
-    const VELK_InteropModel model(_cimom, context, ns, objectName.getHost());
+    const VELK_InteropModel model(_cimom, context, ns, objectName.getHost(), needsServices(associationClass));
     const std::vector<VELK_AssociationWalker::Link> links =
         VELK_AssociationWalker::links(model.of(associationClass), objectName, role, resultRole);
     Array<CIMObjectPath> result;
@@ -168,7 +176,7 @@ void VELK_InteropProvider::references(const OperationContext& context, const CIM
     const Boolean includeClassOrigin, const CIMPropertyList& propertyList, ObjectResponseHandler& handler)
 {
     const CIMNamespaceName& ns = objectName.getNameSpace();
-    const VELK_InteropModel model(_cimom, context, ns, objectName.getHost());
+    const VELK_InteropModel model(_cimom, context, ns, objectName.getHost(), needsServices(resultClass));
     const Array<CIMInstance> associations = model.of(resultClass);
     const std::vector<Uint32> found = VELK_AssociationWalker::referencing(associations, objectName, role);
     Array<CIMObject> result;
@@ -181,7 +189,8 @@ void VELK_InteropProvider::references(const OperationContext& context, const CIM
 void VELK_InteropProvider::referenceNames(const OperationContext& context, const CIMObjectPath& objectName,
     const CIMName& resultClass, const String& role, ObjectPathResponseHandler& handler)
 {
-    const VELK_InteropModel model(_cimom, context, objectName.getNameSpace(), objectName.getHost());
+    const VELK_InteropModel model(_cimom, context, objectName.getNameSpace(), objectName.getHost(),
+        needsServices(resultClass));
     const Array<CIMInstance> associations = model.of(resultClass);
     const std::vector<Uint32> found = VELK_AssociationWalker::referencing(associations, objectName, role);
     Array<CIMObjectPath> result;
