@@ -258,7 +258,7 @@ bool HttpFrontEnd::checkHeaders(const httplib::Request& req, httplib::Response& 
         std::string password;
         if (req.headers.count("Authorization") == 1 &&
             decodeBasic(req.headers.find("Authorization")->second, user, password) &&
-            _passwords)
+            PasswordFile::validUserName(user) && _passwords)
         {
             if (_passwords->recentlyVerified(user, password))
                 authenticated = true;

@@ -38,8 +38,10 @@ bool PasswordFile::validUserName(const std::string& user)
 {
     if (user.empty())
         return false;
-    for (char c : user)
-        if (c == ':' || c == '\n' || c == '\r' || c == '\0')
+    // No control characters: the name goes into log lines of the server and
+    // of the providers.
+    for (unsigned char c : user)
+        if (c == ':' || c < 0x20 || c == 0x7F)
             return false;
     return true;
 }

@@ -39,7 +39,8 @@ public:
 
     // A new crypt(3) hash of the password with a fresh salt.
     static std::string hash(const std::string& password);
-    // True when the user name can be stored (no ':', no line breaks, not empty).
+    // True when the user name can be stored and used: not empty, no ':', no
+    // control characters.
     static bool validUserName(const std::string& user);
 
 private:

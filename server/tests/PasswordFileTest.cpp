@@ -86,6 +86,8 @@ TEST(PasswordFile, RefusesUserNamesThatBreakTheFormat)
     EXPECT_FALSE(PasswordFile::validUserName(""));
     EXPECT_FALSE(PasswordFile::validUserName("a:b"));
     EXPECT_FALSE(PasswordFile::validUserName("a\nb"));
+    EXPECT_FALSE(PasswordFile::validUserName("a\x1b[2Jb"));
+    EXPECT_FALSE(PasswordFile::validUserName("a\x7f"));
     EXPECT_TRUE(PasswordFile::validUserName("storage.admin"));
     PasswordFile file(tempPath("passwd"));
     EXPECT_THROW(file.setPassword("a:b", "x"), std::runtime_error);
