@@ -4,6 +4,8 @@
 #include <Pegasus/Common/CIMName.h>
 #include <Pegasus/Common/CIMNameCast.h>
 #include <Pegasus/Common/Exception.h>
+#include <Pegasus/Common/InternalException.h>
+#include "NameTable.h"
 #include "StringRep.h"
 
 PEGASUS_NAMESPACE_BEGIN
@@ -104,8 +106,16 @@ CIMName::CIMName(const String& name) : cimName(name)
         throw InvalidNameException(name);
 }
 
-CIMName::CIMName(const char* name) : cimName(name)
+CIMName::CIMName(const char* name)
 {
+    if (!name)
+        throw NullPointer();
+    if (StringRep* rep = NameTable::intern(name))
+    {
+        cimName = StringRep::adopt(rep);
+        return;
+    }
+    cimName = String(name);
     if (!legal(cimName))
         throw InvalidNameException(cimName);
 }
@@ -126,7 +136,7 @@ CIMName& CIMName::operator=(const String& name)
 
 CIMName& CIMName::operator=(const char* name)
 {
-    return *this = String(name);
+    return *this = CIMName(name);
 }
 
 const String& CIMName::getString() const

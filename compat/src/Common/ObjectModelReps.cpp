@@ -1,4 +1,6 @@
 #include "ObjectModelReps.h"
+#include "NameTable.h"
+#include "StringRep.h"
 
 PEGASUS_NAMESPACE_BEGIN
 
@@ -15,17 +17,10 @@ void checkName(const CIMName& name)
 
 Uint32 nameHash(const CIMName& name)
 {
-    const String& text = name.getString();
-    const Char16* p = text.getChar16Data();
-    Uint32 h = 2166136261u;
-    for (Uint32 i = 0, n = text.size(); i < n; i++)
-    {
-        Uint16 c = p[i];
-        if (c >= 'A' && c <= 'Z')
-            c = Uint16(c + ('a' - 'A'));
-        h = (h ^ c) * 16777619u;
-    }
-    return h;
+    const StringRep* rep = StringRep::of(name.getString());
+    if (NameTable::interned(rep))
+        return NameTable::hashOf(rep);
+    return foldedNameHash(rep->data, rep->size);
 }
 
 String quotedName(const char* kind, const CIMName& name)

@@ -14,7 +14,7 @@
 
 PEGASUS_NAMESPACE_BEGIN
 
-StringRep StringRep::emptyRep = { {0}, 0, 0, {0} };
+StringRep StringRep::emptyRep = { {StringRep::IMMORTAL}, 0, 0, {0} };
 
 const String String::EMPTY;
 

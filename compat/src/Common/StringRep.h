@@ -10,8 +10,11 @@
 
 PEGASUS_NAMESPACE_BEGIN
 
-// A reference-counted, null-terminated block of UTF-16 units. All empty
-// strings share one static representation whose count is never touched.
+// A reference-counted, null-terminated block of UTF-16 units. Some
+// representations live as long as the process and are never changed: the
+// one all empty strings share, and the interned names (NameTable). Their
+// counts hold a mark at or above IMMORTAL and are never touched, so sharing
+// them costs no atomic operation.
 struct StringRep
 {
     std::atomic<Uint32> refs;
@@ -19,15 +22,23 @@ struct StringRep
     Uint32 cap;
     Uint16 data[1];
 
+    static const Uint32 IMMORTAL = 0x80000000u;
+    // The mark of an interned name, whose case-folded hash precedes it.
+    static const Uint32 INTERNED = 0xC0000000u;
+
     static StringRep* alloc(Uint32 cap);
+    static bool immortal(const StringRep* rep)
+    {
+        return rep->refs.load(std::memory_order_relaxed) >= IMMORTAL;
+    }
     static void ref(StringRep* rep)
     {
-        if (rep != &emptyRep)
+        if (!immortal(rep))
             rep->refs.fetch_add(1, std::memory_order_relaxed);
     }
     static void unref(StringRep* rep)
     {
-        if (rep != &emptyRep && rep->refs.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        if (!immortal(rep) && rep->refs.fetch_sub(1, std::memory_order_acq_rel) == 1)
             ::operator delete(rep);
     }
 

@@ -1,14 +1,19 @@
 // CIMName and CIMNamespaceName: legal-name rules, exceptions and messages,
 // case-insensitive equality.
+#include <cstdio>
+#include <string>
 #include <gtest/gtest.h>
 #include <Pegasus/Common/CIMName.h>
 #include <Pegasus/Common/CIMNameCast.h>
 #include <Pegasus/Common/Exception.h>
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/InternalException.h>
 
 #include "../TestSupport.h"
 
 PEGASUS_USING_PEGASUS;
 using compattest::messageOf;
+using compattest::str;
 
 TEST(CIMName, LegalNames)
 {
@@ -75,4 +80,45 @@ TEST(CIMNameCast, ViewsStringWithoutCopy)
     EXPECT_EQ(CIMNameLegalASCII("Name_1"), 6u);
     EXPECT_EQ(CIMNameLegalASCII("1Name"), 0u);
     EXPECT_EQ(CIMNameLegalASCII(""), 0u);
+}
+
+TEST(CIMName, NamesFromTextKeepTheirSpellingAndCopiesStayIndependent)
+{
+    CIMName a("JobState"), b("JOBSTATE"), c(String("jobstate"));
+    EXPECT_EQ(str(a.getString()), "JobState");
+    EXPECT_EQ(str(b.getString()), "JOBSTATE");
+    EXPECT_TRUE(a == b && b == c && c == a);
+
+    // Changing a copy of a name's text changes neither that name nor names
+    // made later from the same text.
+    String text = a.getString();
+    text[0] = 'X';
+    text.append(Char16('s'));
+    EXPECT_EQ(str(text), "XobStates");
+    EXPECT_EQ(str(a.getString()), "JobState");
+    EXPECT_EQ(str(CIMName("JobState").getString()), "JobState");
+
+    // One buffer filled with different texts gives different names.
+    char buffer[16] = "Alpha";
+    CIMName first(buffer);
+    std::snprintf(buffer, sizeof(buffer), "Beta");
+    CIMName second(buffer);
+    EXPECT_EQ(str(first.getString()), "Alpha");
+    EXPECT_EQ(str(second.getString()), "Beta");
+
+    // Long and non-ASCII names follow the same rules as any other.
+    const std::string longName(200, 'n');
+    EXPECT_EQ(CIMName(longName.c_str()).getString().size(), 200u);
+    EXPECT_TRUE(CIMName("\xC3\xA9t\xC3\xA9").equal(CIMName(String("\xC3\xA9t\xC3\xA9"))));
+    EXPECT_EQ(messageOf<InvalidNameException>([] { CIMName n("Job-State"); }),
+        "The CIM name is not valid: Job-State");
+    EXPECT_THROW(CIMName(static_cast<const char*>(0)), NullPointer);
+
+    // Lookups match names made from literals with names made from strings,
+    // whatever the case of either.
+    CIMInstance inst("C");
+    inst.addProperty(CIMProperty(CIMName(String("percentComplete")), CIMValue(Uint16(5))));
+    inst.addProperty(CIMProperty(CIMName("ElapsedTime"), CIMValue(Uint32(1))));
+    EXPECT_EQ(0u, inst.findProperty(CIMName("PercentComplete")));
+    EXPECT_EQ(1u, inst.findProperty(CIMName(String("ELAPSEDTIME"))));
 }

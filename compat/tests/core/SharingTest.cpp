@@ -7,6 +7,8 @@
 #include <Pegasus/Common/Array.h>
 #include <Pegasus/Common/CIMValue.h>
 #include <Pegasus/Common/CIMObjectPath.h>
+#include <Pegasus/Common/CIMName.h>
+#include <cstdio>
 
 PEGASUS_USING_PEGASUS;
 
@@ -61,4 +63,36 @@ TEST(Sharing, ConcurrentCopiesOfOneValueStayIndependent)
         EXPECT_EQ(failures[t], 0) << "thread " << t;
     EXPECT_EQ(name, "VELK-ARRAY-01");
     EXPECT_EQ(sharedPath.toString(), "//h/root/velk:VELK_ConcreteJob.InstanceID=\"VELK:7\"");
+}
+
+TEST(Sharing, NamesMadeConcurrentlyFromTheSameTextsAgree)
+{
+    const int threads = 8;
+    std::vector<int> failures(threads, 0);
+    std::vector<std::thread> pool;
+    for (int t = 0; t < threads; t++)
+    {
+        pool.emplace_back([&, t]()
+        {
+            char text[32];
+            for (int i = 0; i < 500; i++)
+            {
+                // Every thread makes the same names, in a different case.
+                std::snprintf(text, sizeof(text), t % 2 ? "Shared_%d" : "SHARED_%d", i);
+                CIMName name(text);
+                CIMName copy(name);
+                String changed = copy.getString();
+                changed.append(Char16('x'));
+                if (name.getString() != text || !name.equal(CIMName(String(text))) ||
+                    changed.size() != name.getString().size() + 1)
+                {
+                    failures[t]++;
+                }
+            }
+        });
+    }
+    for (std::thread& th : pool)
+        th.join();
+    for (int t = 0; t < threads; t++)
+        EXPECT_EQ(failures[t], 0) << "thread " << t;
 }
