@@ -1,5 +1,6 @@
 #include <Pegasus/Common/CIMClass.h>
 #include "ObjectModelReps.h"
+#include "CIMPropertyBlock.h"
 
 PEGASUS_NAMESPACE_BEGIN
 
@@ -158,14 +159,16 @@ CIMInstance CIMClassRep::buildInstance(Boolean includeQualifiers,
 
     const Boolean all = propertyList.isNull();
     const Uint32 n = propertyCount();
-    rep->reserve(all || propertyList.size() > n ? n : propertyList.size());
+    const Uint32 most = all || propertyList.size() > n ? n : propertyList.size();
+    rep->reserve(most);
+    CIMPropertyBlock block(most);
     for (const CIMProperty& p : properties)
     {
         const CIMPropertyRep* source = CIMRepAccess::rep(p);
         if (!all && !propertyList.contains(source->name))
             continue;
         rep->appendOwned(
-            new CIMPropertyRep(*source, includeQualifiers, includeClassOrigin));
+            block.copy(*source, includeQualifiers, includeClassOrigin));
     }
     return instance;
 }

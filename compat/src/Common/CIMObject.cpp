@@ -1,6 +1,7 @@
 #include <Pegasus/Common/CIMObject.h>
 #include <CimXml/XmlWriter.h>
 #include "ObjectModelReps.h"
+#include "CIMPropertyBlock.h"
 
 PEGASUS_NAMESPACE_BEGIN
 
@@ -19,10 +20,10 @@ CIMObjectRep::CIMObjectRep(const CIMObjectRep& x)
 {
     qualifiers.cloneFrom(x.qualifiers);
     properties.reserve(x.properties.size());
+    CIMPropertyBlock block(Uint32(x.properties.size()));
     for (const CIMProperty& p : x.properties)
     {
-        CIMPropertyRep* rep =
-            new CIMPropertyRep(*CIMRepAccess::rep(p), true, true);
+        CIMPropertyRep* rep = block.copy(*CIMRepAccess::rep(p), true, true);
         rep->ownerCount = 1;
         properties.push_back(CIMRepAccess::adopt<CIMProperty>(rep));
     }

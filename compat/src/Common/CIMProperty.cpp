@@ -1,5 +1,6 @@
 #include <Pegasus/Common/CIMProperty.h>
 #include "ObjectModelReps.h"
+#include "CIMPropertyBlock.h"
 
 PEGASUS_NAMESPACE_BEGIN
 
@@ -8,7 +9,7 @@ CIMPropertyRep::CIMPropertyRep(const CIMName& name_, const CIMValue& value_,
     const CIMName& classOrigin_, Boolean propagated_)
     : name(name_), value(value_), arraySize(arraySize_),
       referenceClassName(referenceClassName_), classOrigin(classOrigin_),
-      propagated(propagated_), ownerCount(0)
+      propagated(propagated_), ownerCount(0), block(0)
 {
     checkName(name);
     hash = nameHash(name);
@@ -30,10 +31,18 @@ CIMPropertyRep::CIMPropertyRep(const CIMPropertyRep& x,
       arraySize(x.arraySize),
       referenceClassName(x.referenceClassName),
       classOrigin(withClassOrigin ? x.classOrigin : CIMName()),
-      propagated(x.propagated), ownerCount(0)
+      propagated(x.propagated), ownerCount(0), block(0)
 {
     if (withQualifiers)
         qualifiers.cloneFrom(x.qualifiers);
+}
+
+void repDelete(CIMPropertyRep* rep)
+{
+    if (rep->block)
+        CIMPropertyBlock::release(rep);
+    else
+        delete rep;
 }
 
 void CIMPropertyRep::setName(const CIMName& name_)

@@ -50,11 +50,23 @@ inline R* repRef(R* rep)
     return rep;
 }
 
+// Frees a representation whose last reference is gone. Property
+// representations may live in a shared block (CIMPropertyBlock) and have an
+// overload of their own.
+template<class R>
+inline void repDelete(R* rep)
+{
+    delete rep;
+}
+
+class CIMPropertyRep;
+void repDelete(CIMPropertyRep* rep);
+
 template<class R>
 inline void repUnref(R* rep)
 {
     if (rep && rep->refs.fetch_sub(1, std::memory_order_acq_rel) == 1)
-        delete rep;
+        repDelete(rep);
 }
 
 template<class R>
@@ -155,6 +167,8 @@ private:
     std::vector<CIMQualifier> _items;
 };
 
+struct CIMPropertyBlockStorage;
+
 class CIMPropertyRep : public RefCountedRep
 {
 public:
@@ -178,6 +192,8 @@ public:
     // Number of classes or instances this property belongs to. Atomic
     // because containers sharing a property may die on different threads.
     std::atomic<Uint32> ownerCount;
+    // The block this representation was made in, 0 if made on its own.
+    CIMPropertyBlockStorage* block;
 
     Boolean identical(const CIMPropertyRep* x) const;
 };

@@ -211,3 +211,31 @@ TEST(BuildInstance, SharedClassServesConcurrentBuilders)
     EXPECT_EQ(2000u, built.load());
     EXPECT_TRUE(cls.getProperty(0).getValue().isNull());
 }
+
+TEST(BuildInstance, PropertiesOutliveTheirInstanceOnAnyThread)
+{
+    CIMClass cls = jobClass();
+    CIMProperty kept;
+    CIMConstProperty keptFromClone;
+    {
+        CIMInstance inst = cls.buildInstance(true, true, CIMPropertyList());
+        kept = inst.getProperty(2);
+        CIMInstance copy = inst.clone();
+        keptFromClone = copy.getProperty(4);
+        copy.getProperty(4).setValue(CIMValue(Array<Uint16>(2, 7)));
+        inst.removeProperty(0);
+    }
+    // The handles stay usable after their instances are gone, and the last
+    // of them may be released on another thread.
+    std::thread([&kept] {
+        kept.setValue(CIMValue(false));
+        EXPECT_EQ(String("DeleteOnCompletion"), kept.getName().getString());
+        kept = CIMProperty();
+    }).join();
+    Array<Uint16> codes;
+    keptFromClone.getValue().get(codes);
+    EXPECT_EQ(Array<Uint16>(2, 7), codes);
+    EXPECT_EQ(1u, keptFromClone.getQualifierCount());
+    EXPECT_EQ(String("VELK_ConcreteJob"), keptFromClone.getClassOrigin().getString());
+    EXPECT_TRUE(cls.getProperty(2).getValue().equal(CIMValue(true)));
+}
