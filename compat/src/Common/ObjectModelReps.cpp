@@ -84,7 +84,7 @@ Boolean CIMQualifierList::identical(const CIMQualifierList& x) const
     return true;
 }
 
-void CIMQualifierList::cloneFrom(const CIMQualifierList& x)
+void CIMQualifierList::appendClones(const CIMQualifierList& x)
 {
     _items.reserve(_items.size() + x._items.size());
     for (const CIMQualifier& q : x._items)

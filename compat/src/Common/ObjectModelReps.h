@@ -159,11 +159,17 @@ public:
     void clear() { _items.clear(); }
     Boolean identical(const CIMQualifierList& x) const;
     // Appends deep copies of the qualifiers of x.
-    void cloneFrom(const CIMQualifierList& x);
+    void cloneFrom(const CIMQualifierList& x)
+    {
+        if (!x._items.empty())
+            appendClones(x);
+    }
     // True when the named qualifier is present with the boolean value true.
     Boolean isTrue(const CIMName& name) const;
 
 private:
+    void appendClones(const CIMQualifierList& x);
+
     std::vector<CIMQualifier> _items;
 };
 

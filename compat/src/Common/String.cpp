@@ -703,6 +703,9 @@ Boolean String::equalNoCase(const String& s1, const String& s2)
         return false;
     const Uint16* p = s1._rep->data;
     const Uint16* q = s2._rep->data;
+    // Names are mostly spelled alike: try the plain comparison first.
+    if (std::memcmp(p, q, n * sizeof(Uint16)) == 0)
+        return true;
     for (Uint32 i = 0; i < n; i++)
         if (p[i] != q[i] && foldLowerASCII(p[i]) != foldLowerASCII(q[i]))
             return false;
