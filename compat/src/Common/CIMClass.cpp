@@ -1,6 +1,7 @@
 #include <Pegasus/Common/CIMClass.h>
 #include "ObjectModelReps.h"
 #include "CIMPropertyBlock.h"
+#include "CIMPropertyIndex.h"
 
 PEGASUS_NAMESPACE_BEGIN
 
@@ -170,6 +171,9 @@ CIMInstance CIMClassRep::buildInstance(Boolean includeQualifiers,
         rep->appendOwned(
             block.copy(*source, includeQualifiers, includeClassOrigin));
     }
+    // With every property, the instance's names stand where the class's do.
+    if (all)
+        rep->nameIndex.store(CIMPropertyIndex::ref(propertyIndex()), std::memory_order_release);
     return instance;
 }
 

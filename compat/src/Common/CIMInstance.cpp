@@ -51,6 +51,7 @@ void CIMInstanceRep::instanceFilter(Boolean includeQualifiers,
         qualifiers.clear();
     if (!propertyList.isNull())
     {
+        dropIndex();
         size_t kept = 0;
         for (size_t i = 0; i < properties.size(); i++)
         {

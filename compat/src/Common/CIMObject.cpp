@@ -2,6 +2,7 @@
 #include <CimXml/XmlWriter.h>
 #include "ObjectModelReps.h"
 #include "CIMPropertyBlock.h"
+#include "CIMPropertyIndex.h"
 
 PEGASUS_NAMESPACE_BEGIN
 
@@ -9,14 +10,15 @@ PEGASUS_NAMESPACE_BEGIN
 // CIMObjectRep
 //
 
-CIMObjectRep::CIMObjectRep(const CIMName& className)
+CIMObjectRep::CIMObjectRep(const CIMName& className) : nameIndex(0)
 {
     checkName(className);
     reference.setClassName(className);
 }
 
 CIMObjectRep::CIMObjectRep(const CIMObjectRep& x)
-    : RefCountedRep(), reference(x.reference)
+    : RefCountedRep(), reference(x.reference),
+      nameIndex(CIMPropertyIndex::ref(x.nameIndex.load(std::memory_order_acquire)))
 {
     qualifiers.cloneFrom(x.qualifiers);
     properties.reserve(x.properties.size());
@@ -33,6 +35,28 @@ CIMObjectRep::~CIMObjectRep()
 {
     for (const CIMProperty& p : properties)
         CIMRepAccess::rep(p)->ownerCount--;
+    CIMPropertyIndex::unref(nameIndex.load(std::memory_order_acquire));
+}
+
+CIMPropertyIndex* CIMObjectRep::propertyIndex() const
+{
+    CIMPropertyIndex* current = nameIndex.load(std::memory_order_acquire);
+    if (current || properties.size() < CIMPropertyIndex::MIN_PROPERTIES)
+        return current;
+    CIMPropertyIndex* made = CIMPropertyIndex::make(properties);
+    if (nameIndex.compare_exchange_strong(current, made,
+            std::memory_order_acq_rel, std::memory_order_acquire))
+    {
+        return made;
+    }
+    // Another thread made one first.
+    CIMPropertyIndex::unref(made);
+    return current;
+}
+
+void CIMObjectRep::dropIndex()
+{
+    CIMPropertyIndex::unref(nameIndex.exchange(0, std::memory_order_acq_rel));
 }
 
 void CIMObjectRep::setPath(const CIMObjectPath& path)
@@ -59,11 +83,14 @@ void CIMObjectRep::appendProperty(const CIMProperty& p)
         throw TooManyElementsException();
     properties.push_back(p);
     CIMRepAccess::rep(p)->ownerCount++;
+    dropIndex();
 }
 
 Uint32 CIMObjectRep::findProperty(const CIMName& name) const
 {
     const Uint32 hash = nameHash(name);
+    if (const CIMPropertyIndex* known = nameIndex.load(std::memory_order_acquire))
+        return known->find(properties, name, hash);
     for (size_t i = 0, n = properties.size(); i < n; i++)
     {
         const CIMPropertyRep* rep = CIMRepAccess::rep(properties[i]);
@@ -83,6 +110,7 @@ void CIMObjectRep::removeProperty(Uint32 index)
 {
     propertyAt(index)->ownerCount--;
     properties.erase(properties.begin() + index);
+    dropIndex();
 }
 
 Boolean CIMObjectRep::identical(const CIMObjectRep* x) const

@@ -174,6 +174,7 @@ private:
 };
 
 struct CIMPropertyBlockStorage;
+class CIMPropertyIndex;
 
 class CIMPropertyRep : public RefCountedRep
 {
@@ -267,9 +268,18 @@ public:
     void removeProperty(Uint32 index);
     Uint32 propertyCount() const { return Uint32(properties.size()); }
 
+    // The name index of the properties, made now if there is none yet
+    // (safe while other threads read the object); 0 for short lists.
+    CIMPropertyIndex* propertyIndex() const;
+    // Forgets the index after a change to which properties are held.
+    void dropIndex();
+
     CIMObjectPath reference;
     CIMQualifierList qualifiers;
     std::vector<CIMProperty> properties;
+    // The name index of properties, or 0 (see CIMPropertyIndex); the object
+    // holds one reference.
+    mutable std::atomic<CIMPropertyIndex*> nameIndex;
 
 protected:
     // Appends p (already checked) and marks it owned.

@@ -239,3 +239,46 @@ TEST(BuildInstance, PropertiesOutliveTheirInstanceOnAnyThread)
     EXPECT_EQ(String("VELK_ConcreteJob"), keptFromClone.getClassOrigin().getString());
     EXPECT_TRUE(cls.getProperty(2).getValue().equal(CIMValue(true)));
 }
+
+TEST(BuildInstance, LookupsFollowAddedRemovedAndFilteredProperties)
+{
+    CIMClass cls("Wide");
+    for (Uint32 i = 0; i < 12; i++)
+    {
+        String name("P");
+        name.appendPrintf("%u", i);
+        cls.addProperty(CIMProperty(CIMName(name), CIMValue(i)));
+    }
+    CIMInstance inst = cls.buildInstance(false, false, CIMPropertyList());
+    CIMInstance copy = inst.clone();
+    EXPECT_EQ(7u, inst.findProperty("p7"));
+
+    inst.removeProperty(0);
+    inst.addProperty(CIMProperty("Extra", CIMValue(true)));
+    EXPECT_EQ(6u, inst.findProperty("P7"));
+    EXPECT_EQ(PEG_NOT_FOUND, inst.findProperty("P0"));
+    EXPECT_EQ(11u, inst.findProperty("EXTRA"));
+    for (Uint32 i = 0; i < inst.getPropertyCount(); i++)
+    {
+        String lower = inst.getProperty(i).getName().getString();
+        lower.toLower();
+        EXPECT_EQ(i, inst.findProperty(CIMName(lower))) << lower;
+    }
+
+    // The clone and the class keep their own properties.
+    EXPECT_EQ(7u, copy.findProperty("P7"));
+    EXPECT_EQ(0u, copy.findProperty("P0"));
+    EXPECT_EQ(PEG_NOT_FOUND, copy.findProperty("Extra"));
+    cls.removeProperty(3);
+    EXPECT_EQ(6u, cls.findProperty("P7"));
+    CIMInstance after = cls.buildInstance(false, false, CIMPropertyList());
+    EXPECT_EQ(6u, after.findProperty("p7"));
+    EXPECT_EQ(PEG_NOT_FOUND, after.findProperty("P3"));
+
+    // Selected and filtered instances hold fewer properties, in class order.
+    CIMInstance selected = cls.buildInstance(false, false, names({"P10", "P2"}));
+    EXPECT_EQ(1u, selected.findProperty("P10"));
+    after.instanceFilter(false, false, names({"P9", "P1"}));
+    EXPECT_EQ(1u, after.findProperty("P9"));
+    EXPECT_EQ(PEG_NOT_FOUND, after.findProperty("P7"));
+}
