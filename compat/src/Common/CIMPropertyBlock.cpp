@@ -37,26 +37,53 @@ struct CIMPropertyBlockStorage
     }
 };
 
-CIMPropertyBlock::CIMPropertyBlock(Uint32 capacity) : _storage(0)
+namespace
 {
-    void* p = ::operator new(CIMPropertyBlockStorage::slotsOffset() +
-        size_t(capacity) * sizeof(CIMPropertyRep));
-    _storage = new (p) CIMPropertyBlockStorage;
-    _storage->live.store(1, std::memory_order_relaxed);
-    _storage->capacity = capacity;
-    _storage->used = 0;
+
+// Allocations up to about a kilobyte stay in the allocator's per-thread
+// caches; larger ones take its slower paths, so a block holds at most this
+// many representations and a long list takes several.
+const Uint32 MAX_BLOCK_BYTES = 1000;
+
+Uint32 slotsPerStorage()
+{
+    const size_t n = (MAX_BLOCK_BYTES - CIMPropertyBlockStorage::slotsOffset()) /
+        sizeof(CIMPropertyRep);
+    return n > 0 ? Uint32(n) : 1;
+}
+
+} // namespace
+
+CIMPropertyBlock::CIMPropertyBlock(Uint32 capacity)
+    : _storage(0), _remaining(capacity)
+{
 }
 
 CIMPropertyBlock::~CIMPropertyBlock()
 {
-    _storage->drop();
+    if (_storage)
+        _storage->drop();
 }
 
 CIMPropertyRep* CIMPropertyBlock::copy(const CIMPropertyRep& x,
     Boolean withQualifiers, Boolean withClassOrigin)
 {
-    if (_storage->used == _storage->capacity)
-        return new CIMPropertyRep(x, withQualifiers, withClassOrigin);
+    if (!_storage || _storage->used == _storage->capacity)
+    {
+        if (_remaining == 0)
+            return new CIMPropertyRep(x, withQualifiers, withClassOrigin);
+        const Uint32 capacity = _remaining < slotsPerStorage() ? _remaining : slotsPerStorage();
+        void* p = ::operator new(CIMPropertyBlockStorage::slotsOffset() +
+            size_t(capacity) * sizeof(CIMPropertyRep));
+        CIMPropertyBlockStorage* storage = new (p) CIMPropertyBlockStorage;
+        storage->live.store(1, std::memory_order_relaxed);
+        storage->capacity = capacity;
+        storage->used = 0;
+        if (_storage)
+            _storage->drop();
+        _storage = storage;
+        _remaining -= capacity;
+    }
     CIMPropertyRep* rep = new (_storage->slot(_storage->used))
         CIMPropertyRep(x, withQualifiers, withClassOrigin);
     _storage->used++;

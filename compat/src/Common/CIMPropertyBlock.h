@@ -11,16 +11,17 @@
 PEGASUS_NAMESPACE_BEGIN
 
 // Building an instance from a class, or cloning an object, copies every
-// property at once. The copies share one allocation instead of one each;
-// every copy is still a representation of its own, with its own count and
-// life, and the block is freed when the last of them is released, on
-// whatever thread. The object of this class is the maker of one block.
+// property at once. The copies share a few allocations (blocks) instead of
+// one each; every copy is still a representation of its own, with its own
+// count and life, and a block is freed when the last of its representations
+// is released, on whatever thread. The object of this class makes the blocks
+// for one list of properties.
 class CIMPropertyBlock
 {
 public:
-    // A block with room for capacity representations.
+    // Blocks with room for capacity representations in all.
     explicit CIMPropertyBlock(Uint32 capacity);
-    // Lets the block go once the representations made in it are gone.
+    // Lets the blocks go once the representations made in them are gone.
     ~CIMPropertyBlock();
 
     // Makes the next representation, a copy of x as CIMPropertyRep's copy
@@ -36,7 +37,9 @@ private:
     CIMPropertyBlock(const CIMPropertyBlock&) = delete;
     CIMPropertyBlock& operator=(const CIMPropertyBlock&) = delete;
 
+    // The block being filled, and the representations still to come.
     CIMPropertyBlockStorage* _storage;
+    Uint32 _remaining;
 };
 
 PEGASUS_NAMESPACE_END
