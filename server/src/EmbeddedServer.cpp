@@ -4,6 +4,7 @@
 #include "Logger.h"
 #include "NamespaceDirectory.h"
 #include "PasswordFile.h"
+#include "EnumerationContextTable.h"
 #include "ProviderManager.h"
 #include "ProviderRegistry.h"
 #include "Router.h"
@@ -93,6 +94,7 @@ public:
     ProviderRegistry registry;
     std::unique_ptr<ProviderManager> providers;
     std::unique_ptr<Router> router;
+    std::unique_ptr<EnumerationContextTable> contexts;
     std::unique_ptr<PasswordFile> passwords;
     std::unique_ptr<HttpFrontEnd> frontEnd;
 };
@@ -147,11 +149,12 @@ void EmbeddedServer::start()
     d.router.reset(new Router(d.repository, d.registry, *d.providers,
         String(host.c_str()), d.logger));
     d.providers->setBackend(d.router.get());
+    d.contexts.reset(new EnumerationContextTable(*d.router));
 
     if (!d.options.passwordFile.empty())
         d.passwords.reset(new PasswordFile(d.options.passwordFile));
-    d.frontEnd.reset(new HttpFrontEnd(d.options, *d.router, String(host.c_str()),
-        d.passwords.get(), d.logger));
+    d.frontEnd.reset(new HttpFrontEnd(d.options, *d.router, *d.contexts,
+        String(host.c_str()), d.passwords.get(), d.logger));
     d.frontEnd->start();
     d.logger.info("cimhost started as host " + host);
 }
@@ -165,6 +168,9 @@ void EmbeddedServer::stop()
     d.stopped = true;
     if (d.frontEnd)
         d.frontEnd->stop();
+    // Open enumerations hold provider calls: end them before the providers.
+    if (d.contexts)
+        d.contexts->shutdown();
     if (d.providers)
         d.providers->shutdown();
     d.logger.info("cimhost stopped");

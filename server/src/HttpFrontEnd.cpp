@@ -126,8 +126,9 @@ void refuse(httplib::Response& res, int status)
 } // namespace
 
 HttpFrontEnd::HttpFrontEnd(const ServerOptions& options, CIMOperations& target,
-    const String& hostName, PasswordFile* passwords, Logger& logger)
-    : _options(options), _hostName(narrow(hostName)), _processor(target, hostName),
+    CIMPullOperations& pull, const String& hostName, PasswordFile* passwords,
+    Logger& logger)
+    : _options(options), _hostName(narrow(hostName)), _processor(target, hostName, 0, &pull),
       _passwords(passwords), _logger(logger),
       _throttle(options.maxLoginFailures, std::chrono::minutes(1)),
       _slots(options.workerCount)

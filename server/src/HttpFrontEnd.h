@@ -48,7 +48,8 @@ public:
     };
 
     HttpFrontEnd(const ServerOptions& options, Pegasus::CIMOperations& target,
-        const Pegasus::String& hostName, PasswordFile* passwords, Logger& logger);
+        Pegasus::CIMPullOperations& pull, const Pegasus::String& hostName,
+        PasswordFile* passwords, Logger& logger);
     ~HttpFrontEnd();
     HttpFrontEnd(const HttpFrontEnd&) = delete;
     HttpFrontEnd& operator=(const HttpFrontEnd&) = delete;

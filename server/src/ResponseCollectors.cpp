@@ -2,6 +2,8 @@
 
 #include <Pegasus/Common/Exception.h>
 
+#include <utility>
+
 using namespace Pegasus;
 
 namespace cimhost
@@ -25,19 +27,30 @@ void throwTooFew()
     throw CIMException(CIM_ERR_FAILED, String("Too few objects delivered."));
 }
 
+// The buffer is empty afterwards, even when the sink throws.
 template <class T>
-void release(Array<T>& buffer, Array<T>& results)
+void release(Array<T>& buffer, Array<T>& results, const ReleaseSink<T>& sink)
 {
-    results.appendArray(buffer);
+    if (!sink)
+    {
+        results.appendArray(buffer);
+        buffer.clear();
+        return;
+    }
+    if (buffer.size() == 0)
+        return;
+    Array<T> chunk(buffer);
     buffer.clear();
+    sink(chunk);
 }
 
 } // namespace
 
 // ---- InstanceCollector
 
-InstanceCollector::InstanceCollector(Cardinality cardinality)
-    : _cardinality(cardinality), _delivered(0), _completed(false)
+InstanceCollector::InstanceCollector(Cardinality cardinality,
+    ReleaseSink<CIMInstance> sink)
+    : _cardinality(cardinality), _delivered(0), _completed(false), _sink(std::move(sink))
 {
 }
 
@@ -54,7 +67,7 @@ void InstanceCollector::deliverOne(const CIMInstance& instance)
     ++_delivered;
     _buffer.append(instance);
     if (_buffer.size() >= RESPONSE_CHUNK_SIZE)
-        release(_buffer, _results);
+        release(_buffer, _results, _sink);
 }
 
 void InstanceCollector::deliver(const CIMInstance& instance)
@@ -75,7 +88,7 @@ void InstanceCollector::complete()
     std::lock_guard<std::mutex> lock(_mutex);
     if (_cardinality == Cardinality::ExactlyOne && _delivered == 0)
         throwTooFew();
-    release(_buffer, _results);
+    release(_buffer, _results, _sink);
     _completed = true;
 }
 
@@ -93,8 +106,9 @@ bool InstanceCollector::completed() const
 
 // ---- ObjectPathCollector
 
-ObjectPathCollector::ObjectPathCollector(Cardinality cardinality)
-    : _cardinality(cardinality), _delivered(0), _completed(false)
+ObjectPathCollector::ObjectPathCollector(Cardinality cardinality,
+    ReleaseSink<CIMObjectPath> sink)
+    : _cardinality(cardinality), _delivered(0), _completed(false), _sink(std::move(sink))
 {
 }
 
@@ -111,7 +125,7 @@ void ObjectPathCollector::deliverOne(const CIMObjectPath& objectPath)
     ++_delivered;
     _buffer.append(objectPath);
     if (_buffer.size() >= RESPONSE_CHUNK_SIZE)
-        release(_buffer, _results);
+        release(_buffer, _results, _sink);
 }
 
 void ObjectPathCollector::deliver(const CIMObjectPath& objectPath)
@@ -132,7 +146,7 @@ void ObjectPathCollector::complete()
     std::lock_guard<std::mutex> lock(_mutex);
     if (_cardinality == Cardinality::ExactlyOne && _delivered == 0)
         throwTooFew();
-    release(_buffer, _results);
+    release(_buffer, _results, _sink);
     _completed = true;
 }
 
@@ -150,7 +164,8 @@ bool ObjectPathCollector::completed() const
 
 // ---- ObjectCollector
 
-ObjectCollector::ObjectCollector() : _completed(false)
+ObjectCollector::ObjectCollector(ReleaseSink<CIMObject> sink)
+    : _completed(false), _sink(std::move(sink))
 {
 }
 
@@ -164,7 +179,7 @@ void ObjectCollector::deliverOne(const CIMObject& object)
         throwNotInitialized();
     _buffer.append(object);
     if (_buffer.size() >= RESPONSE_CHUNK_SIZE)
-        release(_buffer, _results);
+        release(_buffer, _results, _sink);
 }
 
 void ObjectCollector::deliver(const CIMObject& object)
@@ -183,7 +198,7 @@ void ObjectCollector::deliver(const Array<CIMObject>& objects)
 void ObjectCollector::complete()
 {
     std::lock_guard<std::mutex> lock(_mutex);
-    release(_buffer, _results);
+    release(_buffer, _results, _sink);
     _completed = true;
 }
 

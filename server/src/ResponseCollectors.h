@@ -4,6 +4,11 @@
 // into the answer (after every 100 buffered objects the buffer is released
 // early, as a streaming server forwards chunks). A provider that returns
 // without complete() therefore loses what it still had buffered.
+//
+// Released objects go to results(), or, when the collector was given a
+// release sink, to that sink (called with each released chunk, under the
+// collector's lock, on the provider's thread; an exception it throws leaves
+// through the provider's deliver() or complete() call).
 #ifndef CIMHOST_RESPONSE_COLLECTORS_H
 #define CIMHOST_RESPONSE_COLLECTORS_H
 
@@ -15,7 +20,9 @@
 #include <Pegasus/Common/CIMParamValue.h>
 #include <Pegasus/Common/CIMValue.h>
 
+#include <functional>
 #include <mutex>
+#include <utility>
 
 namespace cimhost
 {
@@ -30,10 +37,14 @@ enum class Cardinality
 // Chunk size after which buffered objects are released before complete().
 constexpr Pegasus::Uint32 RESPONSE_CHUNK_SIZE = 100;
 
+template <class T>
+using ReleaseSink = std::function<void(const Pegasus::Array<T>&)>;
+
 class InstanceCollector : public Pegasus::InstanceResponseHandler
 {
 public:
-    explicit InstanceCollector(Cardinality cardinality = Cardinality::Many);
+    explicit InstanceCollector(Cardinality cardinality = Cardinality::Many,
+        ReleaseSink<Pegasus::CIMInstance> sink = nullptr);
 
     void processing() override;
     void complete() override;
@@ -53,12 +64,18 @@ private:
     bool _completed;
     Pegasus::Array<Pegasus::CIMInstance> _buffer;
     Pegasus::Array<Pegasus::CIMInstance> _results;
+    ReleaseSink<Pegasus::CIMInstance> _sink;
 };
 
 class ObjectPathCollector : public Pegasus::ObjectPathResponseHandler
 {
 public:
-    explicit ObjectPathCollector(Cardinality cardinality = Cardinality::Many);
+    explicit ObjectPathCollector(Cardinality cardinality = Cardinality::Many,
+        ReleaseSink<Pegasus::CIMObjectPath> sink = nullptr);
+    explicit ObjectPathCollector(ReleaseSink<Pegasus::CIMObjectPath> sink)
+        : ObjectPathCollector(Cardinality::Many, std::move(sink))
+    {
+    }
 
     void processing() override;
     void complete() override;
@@ -77,12 +94,13 @@ private:
     bool _completed;
     Pegasus::Array<Pegasus::CIMObjectPath> _buffer;
     Pegasus::Array<Pegasus::CIMObjectPath> _results;
+    ReleaseSink<Pegasus::CIMObjectPath> _sink;
 };
 
 class ObjectCollector : public Pegasus::ObjectResponseHandler
 {
 public:
-    ObjectCollector();
+    explicit ObjectCollector(ReleaseSink<Pegasus::CIMObject> sink = nullptr);
 
     void processing() override;
     void complete() override;
@@ -99,6 +117,7 @@ private:
     bool _completed;
     Pegasus::Array<Pegasus::CIMObject> _buffer;
     Pegasus::Array<Pegasus::CIMObject> _results;
+    ReleaseSink<Pegasus::CIMObject> _sink;
 };
 
 // invokeMethod: the last delivered return value wins, output parameters

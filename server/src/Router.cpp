@@ -547,13 +547,47 @@ Array<CIMInstance> Router::enumerateInstances(const OperationContext& context,
     Boolean deepInheritance, Boolean, Boolean includeQualifiers,
     Boolean includeClassOrigin, const CIMPropertyList& propertyList)
 {
+    Array<CIMInstance> result;
+    enumerateInstances(context, nameSpace, className, deepInheritance, includeQualifiers,
+        includeClassOrigin, propertyList,
+        [&result](const CIMInstance& instance) { result.append(instance); });
+    return result;
+}
+
+void Router::enumerateInstances(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMName& className,
+    Boolean deepInheritance, Boolean includeQualifiers, Boolean includeClassOrigin,
+    const CIMPropertyList& propertyList, const InstanceSink& sink)
+{
     checkClass(nameSpace, className);
     Array<CIMName> classes;
     classes.append(className);
     classes.appendArray(_repository.getSubclassNames(nameSpace, className, true));
 
+    // Without deepInheritance, instances of subclasses keep only the
+    // properties of the requested class.
+    bool trim = !deepInheritance && classes.size() > 1;
+    CIMClass requested;
+    if (trim)
+        requested = _repository.getFullClass(nameSpace, className);
+    ClassCache qualifierClasses;
+    auto emit = [&](const CIMInstance& instance) {
+        CIMInstance out = instance;
+        if (trim && instance.getClassName() != className)
+        {
+            out = instance.clone();
+            for (Uint32 p = out.getPropertyCount(); p-- > 0;)
+            {
+                if (requested.findProperty(out.getProperty(p).getName()) == PEG_NOT_FOUND)
+                    out.removeProperty(p);
+            }
+        }
+        if (includeQualifiers)
+            out = withQualifiersOfClass(out, nameSpace, qualifierClasses);
+        sink(out);
+    };
+
     OperationContext ctx = providerContext(context);
-    Array<CIMInstance> result;
     for (Uint32 i = 0; i < classes.size(); i++)
     {
         const CIMName& cls = classes[i];
@@ -565,72 +599,66 @@ Array<CIMInstance> Router::enumerateInstances(const OperationContext& context,
                 nameSpace, cls, true, includeClassOrigin, propertyList);
             for (Uint32 j = 0; j < stored.size(); j++)
                 if (stored[j].getClassName() == cls)
-                    result.append(stored[j]);
+                    emit(stored[j]);
             continue;
         }
         ProviderManager::Lease l = lease(*cap);
         CIMInstanceProvider* provider = providerInterface<CIMInstanceProvider>(l);
-        InstanceCollector handler;
+        InstanceCollector handler(Cardinality::Many, [&](const Array<CIMInstance>& chunk) {
+            for (Uint32 j = 0; j < chunk.size(); j++)
+                emit(withPath(chunk[j], nameSpace));
+        });
         CIMObjectPath path(_hostName, nameSpace, cls);
         callProvider([&] {
             provider->enumerateInstances(ctx, path, includeQualifiers,
                 includeClassOrigin, propertyList, handler);
         });
-        Array<CIMInstance> got = handler.results();
-        for (Uint32 j = 0; j < got.size(); j++)
-            result.append(withPath(got[j], nameSpace));
     }
-
-    if (!deepInheritance && classes.size() > 1)
-    {
-        CIMClass requested = _repository.getFullClass(nameSpace, className);
-        for (Uint32 i = 0; i < result.size(); i++)
-        {
-            if (result[i].getClassName() == className)
-                continue;
-            CIMInstance copy = result[i].clone();
-            for (Uint32 p = copy.getPropertyCount(); p-- > 0;)
-            {
-                if (requested.findProperty(copy.getProperty(p).getName()) == PEG_NOT_FOUND)
-                    copy.removeProperty(p);
-            }
-            result[i] = copy;
-        }
-    }
-    if (includeQualifiers)
-        addClassQualifiers(result, nameSpace);
-    return result;
 }
 
 void Router::addClassQualifiers(Array<CIMInstance>& instances,
     const CIMNamespaceName& nameSpace) const
 {
-    std::map<std::string, CIMClass> classes;
+    ClassCache classes;
     for (Uint32 i = 0; i < instances.size(); i++)
+        instances[i] = withQualifiersOfClass(instances[i], nameSpace, classes);
+}
+
+CIMInstance Router::withQualifiersOfClass(const CIMInstance& instance,
+    const CIMNamespaceName& nameSpace, ClassCache& classes) const
+{
+    const CIMName& className = instance.getClassName();
+    auto it = classes.find(lower(className.getString()));
+    if (it == classes.end())
     {
-        const CIMName& className = instances[i].getClassName();
-        auto it = classes.find(lower(className.getString()));
-        if (it == classes.end())
+        CIMClass cls;
+        try
         {
-            CIMClass cls;
-            try
-            {
-                cls = _repository.getFullClass(nameSpace, className);
-            }
-            catch (const CIMException&)
-            {
-                // A class the repository does not know has no qualifiers
-                // to give.
-            }
-            it = classes.emplace(lower(className.getString()), cls).first;
+            cls = _repository.getFullClass(nameSpace, className);
         }
-        if (!it->second.isUninitialized())
-            instances[i] = withClassQualifiers(instances[i], it->second);
+        catch (const CIMException&)
+        {
+            // A class the repository does not know has no qualifiers
+            // to give.
+        }
+        it = classes.emplace(lower(className.getString()), cls).first;
     }
+    if (it->second.isUninitialized())
+        return instance;
+    return withClassQualifiers(instance, it->second);
 }
 
 Array<CIMObjectPath> Router::enumerateInstanceNames(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMName& className)
+{
+    Array<CIMObjectPath> result;
+    enumerateInstanceNames(context, nameSpace, className,
+        [&result](const CIMObjectPath& path) { result.append(path); });
+    return result;
+}
+
+void Router::enumerateInstanceNames(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMName& className, const PathSink& sink)
 {
     checkClass(nameSpace, className);
     Array<CIMName> classes;
@@ -638,7 +666,6 @@ Array<CIMObjectPath> Router::enumerateInstanceNames(const OperationContext& cont
     classes.appendArray(_repository.getSubclassNames(nameSpace, className, true));
 
     OperationContext ctx = providerContext(context);
-    Array<CIMObjectPath> result;
     for (Uint32 i = 0; i < classes.size(); i++)
     {
         const CIMName& cls = classes[i];
@@ -650,17 +677,19 @@ Array<CIMObjectPath> Router::enumerateInstanceNames(const OperationContext& cont
                 _repository.enumerateInstanceNames(nameSpace, cls);
             for (Uint32 j = 0; j < stored.size(); j++)
                 if (stored[j].getClassName() == cls)
-                    result.append(stored[j]);
+                    sink(stored[j]);
             continue;
         }
         ProviderManager::Lease l = lease(*cap);
         CIMInstanceProvider* provider = providerInterface<CIMInstanceProvider>(l);
-        ObjectPathCollector handler;
+        ObjectPathCollector handler(Cardinality::Many,
+            [&](const Array<CIMObjectPath>& chunk) {
+                for (Uint32 j = 0; j < chunk.size(); j++)
+                    sink(chunk[j]);
+            });
         CIMObjectPath path(_hostName, nameSpace, cls);
         callProvider([&] { provider->enumerateInstanceNames(ctx, path, handler); });
-        result.appendArray(handler.results());
     }
-    return result;
 }
 
 CIMObjectPath Router::createInstance(const OperationContext& context,
@@ -802,11 +831,11 @@ std::vector<CIMName> Router::associationClassesFor(const CIMNamespaceName& nameS
 }
 
 template <class Collector, class Result, class Call>
-Array<Result> Router::gatherAssociations(const CIMNamespaceName& nameSpace,
-    const CIMObjectPath& objectName, const CIMName& filter, const String& role, Call call)
+void Router::gatherAssociations(const CIMNamespaceName& nameSpace,
+    const CIMObjectPath& objectName, const CIMName& filter, const String& role, Call call,
+    const std::function<void(const Result&)>& sink)
 {
     checkClass(nameSpace, objectName.getClassName());
-    Array<Result> result;
     for (const CIMName& a : associationClassesFor(
              nameSpace, objectName.getClassName(), filter, role))
     {
@@ -816,16 +845,16 @@ Array<Result> Router::gatherAssociations(const CIMNamespaceName& nameSpace,
             continue;
         ProviderManager::Lease l = lease(*cap);
         CIMAssociationProvider* provider = providerInterface<CIMAssociationProvider>(l);
-        Collector handler;
+        Collector handler([&](const Array<Result>& chunk) {
+            for (Uint32 i = 0; i < chunk.size(); i++)
+            {
+                Result r = chunk[i];
+                completeResult(r, nameSpace);
+                sink(r);
+            }
+        });
         callProvider([&] { call(provider, a, handler); });
-        Array<Result> got = handler.results();
-        for (Uint32 i = 0; i < got.size(); i++)
-        {
-            completeResult(got[i], nameSpace);
-            result.append(got[i]);
-        }
     }
-    return result;
 }
 
 void Router::completeResult(CIMObject& object, const CIMNamespaceName& nameSpace) const
@@ -846,14 +875,28 @@ Array<CIMObject> Router::associators(const OperationContext& context,
     const String& resultRole, Boolean includeQualifiers, Boolean includeClassOrigin,
     const CIMPropertyList& propertyList)
 {
+    Array<CIMObject> result;
+    associators(context, nameSpace, objectName, assocClass, resultClass, role, resultRole,
+        includeQualifiers, includeClassOrigin, propertyList,
+        [&result](const CIMObject& object) { result.append(object); });
+    return result;
+}
+
+void Router::associators(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& objectName,
+    const CIMName& assocClass, const CIMName& resultClass, const String& role,
+    const String& resultRole, Boolean includeQualifiers, Boolean includeClassOrigin,
+    const CIMPropertyList& propertyList, const ObjectSink& sink)
+{
     checkClass(nameSpace, objectName.getClassName());
     OperationContext ctx = providerContext(context);
     CIMObjectPath path = providerPath(objectName, nameSpace);
-    return gatherAssociations<ObjectCollector, CIMObject>(nameSpace, objectName, assocClass,
-        role, [&](CIMAssociationProvider* provider, const CIMName& a, ObjectCollector& h) {
+    gatherAssociations<ObjectCollector, CIMObject>(nameSpace, objectName, assocClass, role,
+        [&](CIMAssociationProvider* provider, const CIMName& a, ObjectCollector& h) {
             provider->associators(ctx, path, a, resultClass, role, resultRole,
                 includeQualifiers, includeClassOrigin, propertyList, h);
-        });
+        },
+        sink);
 }
 
 Array<CIMObjectPath> Router::associatorNames(const OperationContext& context,
@@ -861,14 +904,26 @@ Array<CIMObjectPath> Router::associatorNames(const OperationContext& context,
     const CIMName& assocClass, const CIMName& resultClass, const String& role,
     const String& resultRole)
 {
+    Array<CIMObjectPath> result;
+    associatorNames(context, nameSpace, objectName, assocClass, resultClass, role,
+        resultRole, [&result](const CIMObjectPath& path) { result.append(path); });
+    return result;
+}
+
+void Router::associatorNames(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& objectName,
+    const CIMName& assocClass, const CIMName& resultClass, const String& role,
+    const String& resultRole, const PathSink& sink)
+{
     checkClass(nameSpace, objectName.getClassName());
     OperationContext ctx = providerContext(context);
     CIMObjectPath path = providerPath(objectName, nameSpace);
-    return gatherAssociations<ObjectPathCollector, CIMObjectPath>(nameSpace, objectName,
+    gatherAssociations<ObjectPathCollector, CIMObjectPath>(nameSpace, objectName,
         assocClass, role,
         [&](CIMAssociationProvider* provider, const CIMName& a, ObjectPathCollector& h) {
             provider->associatorNames(ctx, path, a, resultClass, role, resultRole, h);
-        });
+        },
+        sink);
 }
 
 Array<CIMObject> Router::references(const OperationContext& context,
@@ -876,28 +931,52 @@ Array<CIMObject> Router::references(const OperationContext& context,
     const CIMName& resultClass, const String& role, Boolean includeQualifiers,
     Boolean includeClassOrigin, const CIMPropertyList& propertyList)
 {
+    Array<CIMObject> result;
+    references(context, nameSpace, objectName, resultClass, role, includeQualifiers,
+        includeClassOrigin, propertyList,
+        [&result](const CIMObject& object) { result.append(object); });
+    return result;
+}
+
+void Router::references(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& objectName,
+    const CIMName& resultClass, const String& role, Boolean includeQualifiers,
+    Boolean includeClassOrigin, const CIMPropertyList& propertyList, const ObjectSink& sink)
+{
     checkClass(nameSpace, objectName.getClassName());
     OperationContext ctx = providerContext(context);
     CIMObjectPath path = providerPath(objectName, nameSpace);
-    return gatherAssociations<ObjectCollector, CIMObject>(nameSpace, objectName, resultClass,
-        role, [&](CIMAssociationProvider* provider, const CIMName& a, ObjectCollector& h) {
+    gatherAssociations<ObjectCollector, CIMObject>(nameSpace, objectName, resultClass, role,
+        [&](CIMAssociationProvider* provider, const CIMName& a, ObjectCollector& h) {
             provider->references(ctx, path, a, role, includeQualifiers, includeClassOrigin,
                 propertyList, h);
-        });
+        },
+        sink);
 }
 
 Array<CIMObjectPath> Router::referenceNames(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMObjectPath& objectName,
     const CIMName& resultClass, const String& role)
 {
+    Array<CIMObjectPath> result;
+    referenceNames(context, nameSpace, objectName, resultClass, role,
+        [&result](const CIMObjectPath& path) { result.append(path); });
+    return result;
+}
+
+void Router::referenceNames(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMObjectPath& objectName,
+    const CIMName& resultClass, const String& role, const PathSink& sink)
+{
     checkClass(nameSpace, objectName.getClassName());
     OperationContext ctx = providerContext(context);
     CIMObjectPath path = providerPath(objectName, nameSpace);
-    return gatherAssociations<ObjectPathCollector, CIMObjectPath>(nameSpace, objectName,
+    gatherAssociations<ObjectPathCollector, CIMObjectPath>(nameSpace, objectName,
         resultClass, role,
         [&](CIMAssociationProvider* provider, const CIMName& a, ObjectPathCollector& h) {
             provider->referenceNames(ctx, path, a, role, h);
-        });
+        },
+        sink);
 }
 
 // ---- properties: through getInstance / modifyInstance

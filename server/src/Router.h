@@ -46,6 +46,7 @@
 
 #include <Pegasus/Internal/CIMOperations.h>
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -166,6 +167,45 @@ public:
         const Pegasus::Array<Pegasus::CIMParamValue>& inParameters,
         Pegasus::Array<Pegasus::CIMParamValue>& outParameters) override;
 
+    // The enumerations and association queries again, streamed: each object
+    // goes to the sink as soon as the provider releases it (in the same order
+    // and form as the array answers above, which are built on these). An
+    // exception the sink throws stops the operation and leaves as a
+    // CIMException; objects already given to the sink stay given.
+    typedef std::function<void(const Pegasus::CIMInstance&)> InstanceSink;
+    typedef std::function<void(const Pegasus::CIMObjectPath&)> PathSink;
+    typedef std::function<void(const Pegasus::CIMObject&)> ObjectSink;
+    void enumerateInstances(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& className,
+        Pegasus::Boolean deepInheritance, Pegasus::Boolean includeQualifiers,
+        Pegasus::Boolean includeClassOrigin, const Pegasus::CIMPropertyList& propertyList,
+        const InstanceSink& sink);
+    void enumerateInstanceNames(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& className,
+        const PathSink& sink);
+    void associators(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMObjectPath& objectName, const Pegasus::CIMName& assocClass,
+        const Pegasus::CIMName& resultClass, const Pegasus::String& role,
+        const Pegasus::String& resultRole, Pegasus::Boolean includeQualifiers,
+        Pegasus::Boolean includeClassOrigin, const Pegasus::CIMPropertyList& propertyList,
+        const ObjectSink& sink);
+    void associatorNames(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMObjectPath& objectName, const Pegasus::CIMName& assocClass,
+        const Pegasus::CIMName& resultClass, const Pegasus::String& role,
+        const Pegasus::String& resultRole, const PathSink& sink);
+    void references(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMObjectPath& objectName, const Pegasus::CIMName& resultClass,
+        const Pegasus::String& role, Pegasus::Boolean includeQualifiers,
+        Pegasus::Boolean includeClassOrigin, const Pegasus::CIMPropertyList& propertyList,
+        const ObjectSink& sink);
+    void referenceNames(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMObjectPath& objectName, const Pegasus::CIMName& resultClass,
+        const Pegasus::String& role, const PathSink& sink);
+
     // Retypes untyped (string) input parameters to the declared parameter
     // types of the method. Null values become typed nulls; an array/scalar
     // mismatch is CIM_ERR_TYPE_MISMATCH, an unparsable value
@@ -201,18 +241,23 @@ private:
     // (and each property those of its declaration) that flow to instances.
     void addClassQualifiers(Pegasus::Array<Pegasus::CIMInstance>& instances,
         const Pegasus::CIMNamespaceName& nameSpace) const;
+    // The same for one instance; `classes` caches the classes looked up.
+    typedef std::map<std::string, Pegasus::CIMClass> ClassCache;
+    Pegasus::CIMInstance withQualifiersOfClass(const Pegasus::CIMInstance& instance,
+        const Pegasus::CIMNamespaceName& nameSpace, ClassCache& classes) const;
     std::vector<Pegasus::CIMName> associationClassesFor(
         const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& objectClass,
         const Pegasus::CIMName& filter, const Pegasus::String& role);
     void invalidateClassCaches();
     // Runs `call(provider, associationClass, handler)` on the association
     // provider of every association class that can link objects of
-    // `objectName`'s class (narrowed by `filter` and `role`), and gathers what
-    // they delivered, with host and namespace completed.
+    // `objectName`'s class (narrowed by `filter` and `role`), and streams what
+    // they release to `sink`, with host and namespace completed.
     template <class Collector, class Result, class Call>
-    Pegasus::Array<Result> gatherAssociations(const Pegasus::CIMNamespaceName& nameSpace,
+    void gatherAssociations(const Pegasus::CIMNamespaceName& nameSpace,
         const Pegasus::CIMObjectPath& objectName, const Pegasus::CIMName& filter,
-        const Pegasus::String& role, Call call);
+        const Pegasus::String& role, Call call,
+        const std::function<void(const Result&)>& sink);
     void completeResult(Pegasus::CIMObject& object,
         const Pegasus::CIMNamespaceName& nameSpace) const;
     void completeResult(Pegasus::CIMObjectPath& path,

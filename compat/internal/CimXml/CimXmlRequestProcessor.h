@@ -26,6 +26,7 @@
 #include <Pegasus/Common/String.h>
 #include <Pegasus/Common/OperationContext.h>
 #include <Pegasus/Internal/CIMOperations.h>
+#include <Pegasus/Internal/CIMPullOperations.h>
 
 PEGASUS_NAMESPACE_BEGIN
 
@@ -47,9 +48,10 @@ class PEGASUS_COMMON_LINKAGE CimXmlRequestProcessor
 public:
     // hostName fills the HOST of full paths (INSTANCEPATH, CLASSPATH) in
     // answers whose objects carry none. flags are XmlWriter flags
-    // (XmlWriter::EXTENDED adds what strict clients cannot parse).
+    // (XmlWriter::EXTENDED adds what strict clients cannot parse). The pull
+    // operations go to `pull`; without one they are CIM_ERR_NOT_SUPPORTED.
     CimXmlRequestProcessor(CIMOperations& target, const String& hostName,
-        Uint32 flags = 0);
+        Uint32 flags = 0, CIMPullOperations* pull = 0);
 
     // httpMethod: "POST" or "M-POST" (anything else: 501). headers: as
     // received, in any case, repeated names allowed (they are joined with
@@ -67,6 +69,7 @@ public:
 
 private:
     CIMOperations& _target;
+    CIMPullOperations* _pull;
     String _hostName;
     Uint32 _flags;
 };

@@ -56,12 +56,14 @@ struct PEGASUS_COMMON_LINKAGE CimXmlIMethodResponse
     Boolean hasReturnValue = false;         // an IRETURNVALUE was present
     Array<CIMClass> classes;                 // CLASS
     Array<CIMName> classNames;               // CLASSNAME
-    Array<CIMInstance> instances;            // INSTANCE, VALUE.NAMEDINSTANCE (path = its INSTANCENAME)
+    Array<CIMInstance> instances;            // INSTANCE, VALUE.NAMEDINSTANCE (path = its INSTANCENAME),
+                                             // VALUE.INSTANCEWITHPATH (path = its INSTANCEPATH)
     Array<CIMObjectPath> paths;              // INSTANCENAME, OBJECTPATH, INSTANCEPATH, CLASSPATH
     Array<CIMObject> objects;                // VALUE.OBJECTWITHPATH, VALUE.OBJECTWITHLOCALPATH, VALUE.OBJECT
     Array<CIMQualifierDecl> qualifierDecls;  // QUALIFIER.DECLARATION
     Boolean hasValue = false;                // VALUE, VALUE.ARRAY, VALUE.REFERENCE
     CIMValue value;                          // untyped text arrives as string
+    Array<CIMParamValue> outParameters;      // PARAMVALUE after IRETURNVALUE (pull operations)
 };
 
 // The content of a METHODRESPONSE.

@@ -22,6 +22,7 @@
 PEGASUS_NAMESPACE_BEGIN
 
 class CIMClientRep;
+class CIMPullClient;
 
 class PEGASUS_CLIENT_LINKAGE CIMClient
 {
@@ -130,6 +131,8 @@ public:
         Array<CIMParamValue>& outParameters);
 
 private:
+    friend class CIMPullClient;
+
     CIMClient(const CIMClient&);
     CIMClient& operator=(const CIMClient&);
 

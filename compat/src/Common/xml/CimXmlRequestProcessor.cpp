@@ -274,6 +274,21 @@ public:
         return b;
     }
 
+    // False when absent or NULL.
+    bool uint32(const char* name, Uint32& value) const
+    {
+        pugi::xml_node p = get(name);
+        if (!p)
+            return false;
+        pugi::xml_node v = content(p, name);
+        if (!v)
+            return false;
+        if (!is(v, "VALUE"))
+            invalidParameter(std::string(name) + " must be a VALUE");
+        wrap(name, [&] { scalar(text(v), CIMTYPE_UINT32).get(value); });
+        return true;
+    }
+
     CIMName className(const char* name, bool required) const
     {
         pugi::xml_node p = required ? require(name) : get(name);
@@ -476,8 +491,8 @@ CimXmlHttpResponse CimXmlRequestProcessor::httpError(Uint32 status,
 }
 
 CimXmlRequestProcessor::CimXmlRequestProcessor(CIMOperations& target,
-    const String& hostName, Uint32 flags)
-    : _target(target), _hostName(hostName), _flags(flags)
+    const String& hostName, Uint32 flags, CIMPullOperations* pull)
+    : _target(target), _pull(pull), _hostName(hostName), _flags(flags)
 {
 }
 
@@ -753,6 +768,172 @@ static void executeIntrinsic(CIMOperations& target, const OperationContext& ctx,
     }
 }
 
+namespace
+{
+
+#define PULL_OPEN_PARAMS "FilterQueryLanguage", "FilterQuery", "OperationTimeout", \
+    "ContinueOnError", "MaxObjectCount"
+const char* const P_OPENENUMINSTANCES[] = { "ClassName", "DeepInheritance",
+    "IncludeClassOrigin", "PropertyList", PULL_OPEN_PARAMS, 0 };
+const char* const P_OPENENUMPATHS[] = { "ClassName", PULL_OPEN_PARAMS, 0 };
+const char* const P_OPENASSOCIATORS[] = { "InstanceName", "AssocClass", "ResultClass",
+    "Role", "ResultRole", "IncludeClassOrigin", "PropertyList", PULL_OPEN_PARAMS, 0 };
+const char* const P_OPENASSOCIATORPATHS[] = { "InstanceName", "AssocClass",
+    "ResultClass", "Role", "ResultRole", PULL_OPEN_PARAMS, 0 };
+const char* const P_OPENREFERENCES[] = { "InstanceName", "ResultClass", "Role",
+    "IncludeClassOrigin", "PropertyList", PULL_OPEN_PARAMS, 0 };
+const char* const P_OPENREFERENCEPATHS[] = { "InstanceName", "ResultClass", "Role",
+    PULL_OPEN_PARAMS, 0 };
+#undef PULL_OPEN_PARAMS
+const char* const P_PULL[] = { "EnumerationContext", "MaxObjectCount", 0 };
+const char* const P_ENUMCONTEXT[] = { "EnumerationContext", 0 };
+
+const char* const PULL_OPERATIONS[] = { "OpenEnumerateInstances",
+    "OpenEnumerateInstancePaths", "OpenAssociatorInstances",
+    "OpenAssociatorInstancePaths", "OpenReferenceInstances",
+    "OpenReferenceInstancePaths", "PullInstancesWithPath", "PullInstancePaths",
+    "CloseEnumeration", "EnumerationCount", 0 };
+
+bool isPullOperation(const std::string& op)
+{
+    for (const char* const* p = PULL_OPERATIONS; *p; p++)
+        if (nameIs(op, *p))
+            return true;
+    return false;
+}
+
+CIMPullRequest pullRequest(const IParams& p)
+{
+    CIMPullRequest r;
+    pugi::xml_node language = p.get("FilterQueryLanguage");
+    r.hasFilterQueryLanguage = language && IParams::content(language, "FilterQueryLanguage");
+    r.filterQueryLanguage = p.string("FilterQueryLanguage");
+    pugi::xml_node query = p.get("FilterQuery");
+    r.hasFilterQuery = query && IParams::content(query, "FilterQuery");
+    r.filterQuery = p.string("FilterQuery");
+    r.hasOperationTimeout = p.uint32("OperationTimeout", r.operationTimeout);
+    r.continueOnError = p.boolean("ContinueOnError", false);
+    p.uint32("MaxObjectCount", r.maxObjectCount);
+    return r;
+}
+
+// One page: IRETURNVALUE (always present, possibly empty), then the
+// EndOfSequence and EnumerationContext output parameters.
+void appendPage(std::string& out, Uint32 flags, const CIMPullResult& page,
+    bool paths, const String& host, const CIMNamespaceName& ns)
+{
+    XmlWriter w(out, flags | XmlWriter::NO_INSTANCE_QUALIFIERS);
+    out.append("<IRETURNVALUE>\n");
+    if (paths)
+    {
+        for (Uint32 i = 0; i < page.paths.size(); i++)
+            w.appendInstancePath(fullPath(page.paths[i], host, ns));
+    }
+    else
+    {
+        for (Uint32 i = 0; i < page.instances.size(); i++)
+        {
+            out.append("<VALUE.INSTANCEWITHPATH>\n");
+            w.appendInstancePath(fullPath(page.instances[i].getPath(), host, ns));
+            w.appendInstance(page.instances[i]);
+            out.append("</VALUE.INSTANCEWITHPATH>\n");
+        }
+    }
+    out.append("</IRETURNVALUE>\n");
+    w.appendParamValue(CIMParamValue(String("EndOfSequence"),
+        CIMValue(page.endOfSequence), true));
+    w.appendParamValue(CIMParamValue(String("EnumerationContext"),
+        CIMValue(page.enumerationContext), true));
+}
+
+// Executes one pull operation; appends its answer content to out.
+void executePull(CIMPullOperations& target, const OperationContext& ctx,
+    const std::string& op, const pugi::xml_node& call, const CIMNamespaceName& ns,
+    const String& host, Uint32 flags, std::string& out)
+{
+    if (nameIs(op, "OpenEnumerateInstances"))
+    {
+        IParams p(call, P_OPENENUMINSTANCES);
+        CIMPullResult r = target.openEnumerateInstances(ctx, ns,
+            p.className("ClassName", true), p.boolean("DeepInheritance", true),
+            p.boolean("IncludeClassOrigin", false), p.propertyList(), pullRequest(p));
+        appendPage(out, flags, r, false, host, ns);
+    }
+    else if (nameIs(op, "OpenEnumerateInstancePaths"))
+    {
+        IParams p(call, P_OPENENUMPATHS);
+        CIMPullResult r = target.openEnumerateInstancePaths(ctx, ns,
+            p.className("ClassName", true), pullRequest(p));
+        appendPage(out, flags, r, true, host, ns);
+    }
+    else if (nameIs(op, "OpenAssociatorInstances"))
+    {
+        IParams p(call, P_OPENASSOCIATORS);
+        CIMPullResult r = target.openAssociatorInstances(ctx, ns,
+            p.instanceName("InstanceName"), p.className("AssocClass", false),
+            p.className("ResultClass", false), p.string("Role"), p.string("ResultRole"),
+            p.boolean("IncludeClassOrigin", false), p.propertyList(), pullRequest(p));
+        appendPage(out, flags, r, false, host, ns);
+    }
+    else if (nameIs(op, "OpenAssociatorInstancePaths"))
+    {
+        IParams p(call, P_OPENASSOCIATORPATHS);
+        CIMPullResult r = target.openAssociatorInstancePaths(ctx, ns,
+            p.instanceName("InstanceName"), p.className("AssocClass", false),
+            p.className("ResultClass", false), p.string("Role"), p.string("ResultRole"),
+            pullRequest(p));
+        appendPage(out, flags, r, true, host, ns);
+    }
+    else if (nameIs(op, "OpenReferenceInstances"))
+    {
+        IParams p(call, P_OPENREFERENCES);
+        CIMPullResult r = target.openReferenceInstances(ctx, ns,
+            p.instanceName("InstanceName"), p.className("ResultClass", false),
+            p.string("Role"), p.boolean("IncludeClassOrigin", false), p.propertyList(),
+            pullRequest(p));
+        appendPage(out, flags, r, false, host, ns);
+    }
+    else if (nameIs(op, "OpenReferenceInstancePaths"))
+    {
+        IParams p(call, P_OPENREFERENCEPATHS);
+        CIMPullResult r = target.openReferenceInstancePaths(ctx, ns,
+            p.instanceName("InstanceName"), p.className("ResultClass", false),
+            p.string("Role"), pullRequest(p));
+        appendPage(out, flags, r, true, host, ns);
+    }
+    else if (nameIs(op, "PullInstancesWithPath") || nameIs(op, "PullInstancePaths"))
+    {
+        bool paths = nameIs(op, "PullInstancePaths");
+        IParams p(call, P_PULL);
+        String name = p.string("EnumerationContext", true);
+        Uint32 max = 0;
+        if (!p.uint32("MaxObjectCount", max))
+            invalidParameter("missing parameter MaxObjectCount");
+        CIMPullResult r = paths ? target.pullInstancePaths(ctx, ns, name, max)
+                                : target.pullInstancesWithPath(ctx, ns, name, max);
+        appendPage(out, flags, r, paths, host, ns);
+    }
+    else if (nameIs(op, "CloseEnumeration"))
+    {
+        IParams p(call, P_ENUMCONTEXT);
+        target.closeEnumeration(ctx, ns, p.string("EnumerationContext", true));
+    }
+    else
+    {
+        IParams p(call, P_ENUMCONTEXT);
+        CIMValue count = target.enumerationCount(ctx, ns,
+            p.string("EnumerationContext", true));
+        if (!count.isNull())
+        {
+            out.append("<IRETURNVALUE>\n");
+            XmlWriter(out, flags).appendValue(count);
+            out.append("\n</IRETURNVALUE>\n");
+        }
+    }
+}
+
+} // namespace
+
 CimXmlHttpResponse CimXmlRequestProcessor::process(const std::string& httpMethod,
     const CimXmlHeaders& headers, const std::string& body,
     const OperationContext& context) const
@@ -908,7 +1089,9 @@ CimXmlHttpResponse CimXmlRequestProcessor::process(const std::string& httpMethod
     std::string content;
     try
     {
-        if (intrinsic)
+        if (intrinsic && _pull && isPullOperation(callName))
+            executePull(*_pull, context, callName, call, ns, _hostName, _flags, content);
+        else if (intrinsic)
             executeIntrinsic(_target, context, callName, call, ns, _hostName, _flags,
                 content);
         else

@@ -1361,25 +1361,9 @@ void decodeError(const pugi::xml_node& e, Boolean& isError, Uint32& code,
 
 } // namespace
 
-CimXmlIMethodResponse XmlReader::decodeIMethodResponse(const std::string& body,
-    const String& methodName, const String& messageId)
+// The content of an IRETURNVALUE.
+static void decodeIReturnValue(const pugi::xml_node& c, CimXmlIMethodResponse& out)
 {
-    pugi::xml_document doc;
-    XmlNode::parse(doc, body.data(), body.size());
-    pugi::xml_node r = responseElement(doc, "IMETHODRESPONSE", methodName, messageId);
-    CimXmlIMethodResponse out;
-    pugi::xml_node c = firstElement(r);
-    if (!c)
-        return out;
-    if (is(c, "ERROR"))
-    {
-        decodeError(c, out.isError, out.errorCode, out.errorDescription,
-            out.errorInstances);
-        return out;
-    }
-    if (!is(c, "IRETURNVALUE"))
-        fail(std::string("IMETHODRESPONSE: unexpected ") + c.name());
-    out.hasReturnValue = true;
     for (pugi::xml_node e = firstElement(c); e; e = nextElement(e))
     {
         if (is(e, "CLASSNAME"))
@@ -1394,6 +1378,16 @@ CimXmlIMethodResponse XmlReader::decodeIMethodResponse(const std::string& body,
             out.instances.append(instance(e));
         else if (is(e, "VALUE.NAMEDINSTANCE"))
             out.instances.append(valueNamedInstance(e));
+        else if (is(e, "VALUE.INSTANCEWITHPATH"))
+        {
+            pugi::xml_node p = firstElement(e);
+            pugi::xml_node i = p ? nextElement(p) : pugi::xml_node();
+            if (!p || !is(p, "INSTANCEPATH") || !i || !is(i, "INSTANCE") || nextElement(i))
+                fail("VALUE.INSTANCEWITHPATH needs INSTANCEPATH and INSTANCE");
+            CIMInstance inst = instance(i);
+            inst.setPath(instancePath(p));
+            out.instances.append(inst);
+        }
         else if (is(e, "VALUE.OBJECTWITHPATH") || is(e, "VALUE.OBJECTWITHLOCALPATH"))
             out.objects.append(valueObjectWithPath(e));
         else if (is(e, "VALUE.OBJECT"))
@@ -1414,6 +1408,36 @@ CimXmlIMethodResponse XmlReader::decodeIMethodResponse(const std::string& body,
         }
         else
             fail(std::string("IRETURNVALUE: unexpected ") + e.name());
+    }
+}
+
+CimXmlIMethodResponse XmlReader::decodeIMethodResponse(const std::string& body,
+    const String& methodName, const String& messageId)
+{
+    pugi::xml_document doc;
+    XmlNode::parse(doc, body.data(), body.size());
+    pugi::xml_node r = responseElement(doc, "IMETHODRESPONSE", methodName, messageId);
+    CimXmlIMethodResponse out;
+    pugi::xml_node c = firstElement(r);
+    if (!c)
+        return out;
+    if (is(c, "ERROR"))
+    {
+        decodeError(c, out.isError, out.errorCode, out.errorDescription,
+            out.errorInstances);
+        return out;
+    }
+    if (is(c, "IRETURNVALUE"))
+    {
+        out.hasReturnValue = true;
+        decodeIReturnValue(c, out);
+        c = nextElement(c);
+    }
+    for (; c; c = nextElement(c))
+    {
+        if (!is(c, "PARAMVALUE"))
+            fail(std::string("IMETHODRESPONSE: unexpected ") + c.name());
+        out.outParameters.append(paramValue(c));
     }
     return out;
 }
