@@ -1,6 +1,7 @@
 #include "JobsClient.h"
 
 #include <Pegasus/Common/CIMParamValue.h>
+#include <Pegasus/Internal/CIMPullClient.h>
 
 #include <cctype>
 
@@ -14,6 +15,8 @@ namespace
 const CIMNamespaceName kNamespace("root/velk");
 const CIMName kJobClass("VELK_ConcreteJob");
 const CIMName kResultClass("VELK_MethodResult");
+// Jobs per pull page: the server holds about one page per enumeration.
+const Uint32 kPageSize = 500;
 
 CIMObjectPath pathFor(const CIMName& className, const String& instanceId)
 {
@@ -23,7 +26,7 @@ CIMObjectPath pathFor(const CIMName& className, const String& instanceId)
 }
 } // namespace
 
-JobsClient::JobsClient(CIMClient& client) : _client(client) {}
+JobsClient::JobsClient(CIMClient& client) : _client(client), _pullUnsupported(false) {}
 
 String JobsClient::instanceIdFor(const std::string& job)
 {
@@ -45,8 +48,39 @@ CIMObjectPath JobsClient::methodResultPath(const std::string& job) const
     return pathFor(kResultClass, instanceIdFor(job));
 }
 
+// A pull enumeration when the server offers one, else (CIM_ERR_NOT_SUPPORTED
+// on the open, remembered) the classic EnumerateInstances.
 Array<CIMInstance> JobsClient::listJobs()
 {
+    if (!_pullUnsupported)
+    {
+        CIMPullClient pull(_client);
+        CIMPullRequest first;
+        first.maxObjectCount = kPageSize;
+        CIMPullResult page;
+        try
+        {
+            page = pull.openEnumerateInstances(kNamespace, kJobClass, true, false,
+                CIMPropertyList(), first);
+        }
+        catch (const CIMException& e)
+        {
+            if (e.getCode() != CIM_ERR_NOT_SUPPORTED)
+                throw;
+            _pullUnsupported = true;
+        }
+        if (!_pullUnsupported)
+        {
+            Array<CIMInstance> jobs = page.instances;
+            while (!page.endOfSequence)
+            {
+                page = pull.pullInstancesWithPath(kNamespace, page.enumerationContext,
+                    kPageSize);
+                jobs.appendArray(page.instances);
+            }
+            return jobs;
+        }
+    }
     return _client.enumerateInstances(kNamespace, kJobClass, true, false, false, false,
         CIMPropertyList());
 }

@@ -21,6 +21,7 @@ public:
     Pegasus::CIMObjectPath jobPath(const std::string& job) const;
     Pegasus::CIMObjectPath methodResultPath(const std::string& job) const;
 
+    // Every job; through a pull enumeration when the server offers one.
     Pegasus::Array<Pegasus::CIMInstance> listJobs();
     Pegasus::CIMInstance getJob(const std::string& job);
     Pegasus::CIMInstance getMethodResult(const std::string& job);
@@ -33,6 +34,7 @@ public:
 
 private:
     Pegasus::CIMClient& _client;
+    bool _pullUnsupported;
 };
 
 } // namespace velkjobs
