@@ -694,6 +694,28 @@ String VELK_Common::getTimeZone()
 }
 
 // ---------------------------------------------------------------------------
+// Numbers in text
+// ---------------------------------------------------------------------------
+
+Boolean VELK_Common::parseUint32(const String& text, Uint32& value)
+{
+    if (text.size() == 0)
+        return false;
+    Uint64 result = 0;
+    for (Uint32 i = 0; i < text.size(); i++)
+    {
+        Uint16 c = text[i];
+        if (c < '0' || c > '9')
+            return false;
+        result = result * 10 + Uint64(c - '0');
+        if (result > 0xFFFFFFFFull)
+            return false;
+    }
+    value = Uint32(result);
+    return true;
+}
+
+// ---------------------------------------------------------------------------
 // System identity
 // ---------------------------------------------------------------------------
 

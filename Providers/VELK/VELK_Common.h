@@ -108,6 +108,11 @@ public:
     static int getParameter(const Array<CIMParamValue>& inParams,
         const String& paramName, Array<String>& value);
 
+    // ---- numbers in text ----
+    // A decimal Uint32 written with digits only: no sign, blank or other
+    // character, at most 4294967295. False (value untouched) otherwise.
+    static Boolean parseUint32(const String& text, Uint32& value);
+
     // ---- writing into instances (a setter never adds a property) ----
     static void setPropertyValue(CIMInstance& instance, CIMName propertyName,
         const String& value);
