@@ -1,6 +1,7 @@
 #include <cimhost/EmbeddedServer.h>
 
 #include "HttpFrontEnd.h"
+#include "InProcessLocalServer.h"
 #include "Logger.h"
 #include "NamespaceDirectory.h"
 #include "PasswordFile.h"
@@ -95,6 +96,7 @@ public:
     std::unique_ptr<ProviderManager> providers;
     std::unique_ptr<Router> router;
     std::unique_ptr<EnumerationContextTable> contexts;
+    std::shared_ptr<InProcessLocalServer> localServer;
     std::unique_ptr<PasswordFile> passwords;
     std::unique_ptr<HttpFrontEnd> frontEnd;
 };
@@ -148,8 +150,14 @@ void EmbeddedServer::start()
     d.providers.reset(new ProviderManager(d.options.moduleDirs, d.logger));
     d.router.reset(new Router(d.repository, d.registry, *d.providers,
         String(host.c_str()), d.logger));
+    d.router->setAdministrators(d.options.administrators);
     d.providers->setBackend(d.router.get());
     d.contexts.reset(new EnumerationContextTable(*d.router));
+    // Providers' local connections reach this server in process, whatever
+    // socket is configured (or none).
+    d.localServer = std::make_shared<InProcessLocalServer>(*d.router, *d.contexts,
+        String(host.c_str()));
+    d.providers->setLocalServer(d.localServer);
 
     if (!d.options.passwordFile.empty())
         d.passwords.reset(new PasswordFile(d.options.passwordFile));
@@ -173,6 +181,8 @@ void EmbeddedServer::stop()
         d.contexts->shutdown();
     if (d.providers)
         d.providers->shutdown();
+    if (d.localServer)
+        d.localServer->close();
     d.logger.info("cimhost stopped");
 }
 

@@ -65,11 +65,15 @@ struct ProviderManager::Entry
 
 // ---- Lease
 
-ProviderManager::Lease::Lease(std::shared_ptr<Entry> entry) : _entry(std::move(entry))
+ProviderManager::Lease::Lease(std::shared_ptr<Entry> entry,
+    const std::shared_ptr<InProcessServer>& localServer)
+    : _entry(std::move(entry)),
+      _binding(localServer ? new InProcessServer::Scope(localServer) : nullptr)
 {
 }
 
-ProviderManager::Lease::Lease(Lease&& other) noexcept : _entry(std::move(other._entry))
+ProviderManager::Lease::Lease(Lease&& other) noexcept
+    : _entry(std::move(other._entry)), _binding(std::move(other._binding))
 {
 }
 
@@ -79,6 +83,7 @@ ProviderManager::Lease& ProviderManager::Lease::operator=(Lease&& other) noexcep
     {
         Lease old(std::move(*this));
         _entry = std::move(other._entry);
+        _binding = std::move(other._binding);
     }
     return *this;
 }
@@ -113,6 +118,11 @@ ProviderManager::~ProviderManager()
 void ProviderManager::setBackend(CIMOperations* backend)
 {
     _backend = backend;
+}
+
+void ProviderManager::setLocalServer(std::shared_ptr<InProcessServer> server)
+{
+    _localServer = std::move(server);
 }
 
 std::shared_ptr<ProviderManager::Module> ProviderManager::module(
@@ -252,7 +262,7 @@ ProviderManager::Lease ProviderManager::get(const ProviderModuleInfo& info,
         if (entry->state == Entry::Ready)
         {
             ++entry->activeOperations;
-            return Lease(entry);
+            return Lease(entry, _localServer);
         }
         if (entry->state == Entry::Idle)
             break;
@@ -280,6 +290,7 @@ ProviderManager::Lease ProviderManager::get(const ProviderModuleInfo& info,
         handle = new CIMOMHandle(CIMOMHandleAccess::create(*_backend));
         try
         {
+            InProcessServer::Scope binding(_localServer);
             provider->initialize(*handle);
         }
         catch (...)
@@ -325,7 +336,7 @@ ProviderManager::Lease ProviderManager::get(const ProviderModuleInfo& info,
     }
     _logger.info("initialized provider " + narrow(providerName) + " of module " +
         narrow(info.name));
-    return Lease(entry);
+    return Lease(entry, _localServer);
 }
 
 void ProviderManager::shutdown()
@@ -353,6 +364,7 @@ void ProviderManager::shutdown()
         lock.unlock();
         try
         {
+            InProcessServer::Scope binding(_localServer);
             provider->terminate();
         }
         catch (...)

@@ -16,6 +16,7 @@
 #include <Pegasus/Provider/CIMOMHandle.h>
 #include <Pegasus/Provider/CIMProvider.h>
 #include <Pegasus/Internal/CIMOperations.h>
+#include <Pegasus/Internal/InProcessServer.h>
 
 #include <condition_variable>
 #include <map>
@@ -37,7 +38,8 @@ class ProviderManager
 
 public:
     // A provider in use by one operation; the provider is not terminated
-    // while a lease on it exists.
+    // while a lease on it exists. While it lives, the thread that took it is
+    // bound to the server's in-process local connection (setLocalServer).
     class Lease
     {
     public:
@@ -52,8 +54,10 @@ public:
 
     private:
         friend class ProviderManager;
-        explicit Lease(std::shared_ptr<Entry> entry);
+        Lease(std::shared_ptr<Entry> entry,
+            const std::shared_ptr<Pegasus::InProcessServer>& localServer);
         std::shared_ptr<Entry> _entry;
+        std::unique_ptr<Pegasus::InProcessServer::Scope> _binding;
     };
 
     ProviderManager(std::vector<std::string> moduleDirs, Logger& logger);
@@ -63,6 +67,10 @@ public:
 
     // The router that handles of providers forward to. Set before use.
     void setBackend(Pegasus::CIMOperations* backend);
+    // The server that CIMClient::connectLocal() reaches in process from
+    // provider code: initialize(), every operation (through its lease) and
+    // terminate(). Set before use; none: the local socket.
+    void setLocalServer(std::shared_ptr<Pegasus::InProcessServer> server);
 
     // The initialized provider, loading and initializing it first if needed.
     // Throws CIMException (CIM_ERR_FAILED) with the documented texts:
@@ -88,6 +96,7 @@ private:
     std::vector<std::string> _moduleDirs;
     Logger& _logger;
     Pegasus::CIMOperations* _backend = nullptr;
+    std::shared_ptr<Pegasus::InProcessServer> _localServer;
 
     mutable std::mutex _mutex;  // guards the maps, _order and _shuttingDown
     std::map<std::string, std::shared_ptr<Module>> _modules;

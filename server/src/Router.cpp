@@ -372,6 +372,26 @@ Router::Router(Repository& repository, const ProviderRegistry& registry,
 {
 }
 
+void Router::setAdministrators(const std::vector<std::string>& userNames)
+{
+    _administrators.clear();
+    for (const std::string& name : userNames)
+        if (!name.empty())
+            _administrators.insert(name);
+}
+
+void Router::requireAdministrator(const OperationContext& context,
+    const char* operation) const
+{
+    if (!context.contains(IdentityContainer::NAME))
+        return;
+    IdentityContainer identity(context.get(IdentityContainer::NAME));
+    if (_administrators.count(narrow(identity.getUserName())))
+        return;
+    throw CIMException(CIM_ERR_ACCESS_DENIED, String(operation) +
+        String(": only an administrator may change the schema or stored instances"));
+}
+
 void Router::checkNamespace(const CIMNamespaceName& nameSpace) const
 {
     if (nameSpace.isNull() || !_repository.namespaceExists(nameSpace))
@@ -464,25 +484,28 @@ Array<CIMName> Router::enumerateClassNames(const OperationContext&,
     return _repository.enumerateClassNames(nameSpace, className, deepInheritance);
 }
 
-void Router::createClass(const OperationContext&, const CIMNamespaceName& nameSpace,
+void Router::createClass(const OperationContext& context, const CIMNamespaceName& nameSpace,
     const CIMClass& newClass)
 {
     checkNamespace(nameSpace);
+    requireAdministrator(context, "CreateClass");
     _repository.addClass(nameSpace, newClass);
     invalidateClassCaches();
 }
 
-void Router::modifyClass(const OperationContext&, const CIMNamespaceName& nameSpace,
+void Router::modifyClass(const OperationContext& context, const CIMNamespaceName& nameSpace,
     const CIMClass&)
 {
     checkNamespace(nameSpace);
+    requireAdministrator(context, "ModifyClass");
     throw CIMException(CIM_ERR_NOT_SUPPORTED, String());
 }
 
-void Router::deleteClass(const OperationContext&, const CIMNamespaceName& nameSpace,
+void Router::deleteClass(const OperationContext& context, const CIMNamespaceName& nameSpace,
     const CIMName& className)
 {
     checkNamespace(nameSpace);
+    requireAdministrator(context, "DeleteClass");
     _repository.deleteClass(nameSpace, className);
     invalidateClassCaches();
 }
@@ -702,7 +725,10 @@ CIMObjectPath Router::createInstance(const OperationContext& context,
     const ProviderCapability* cap =
         _registry.find(nameSpace, className, PROVIDER_TYPE_INSTANCE);
     if (!cap)
+    {
+        requireAdministrator(context, "CreateInstance");
         return _repository.createInstance(nameSpace, newInstance);
+    }
 
     ProviderManager::Lease l = lease(*cap);
     CIMInstanceProvider* provider = providerInterface<CIMInstanceProvider>(l);
@@ -731,6 +757,7 @@ void Router::modifyInstance(const OperationContext& context,
         _registry.find(nameSpace, className, PROVIDER_TYPE_INSTANCE);
     if (!cap)
     {
+        requireAdministrator(context, "ModifyInstance");
         _repository.modifyInstance(nameSpace, modifiedInstance, propertyList);
         return;
     }
@@ -754,6 +781,7 @@ void Router::deleteInstance(const OperationContext& context,
         _registry.find(nameSpace, className, PROVIDER_TYPE_INSTANCE);
     if (!cap)
     {
+        requireAdministrator(context, "DeleteInstance");
         CIMObjectPath path(instanceName);
         path.setHost(String());
         path.setNameSpace(nameSpace);

@@ -36,6 +36,15 @@
 // provider is CIM_ERR_METHOD_NOT_AVAILABLE, or CIM_ERR_METHOD_NOT_FOUND when
 // the class does not declare the method.
 //
+// Changes to the schema (CreateClass, ModifyClass, DeleteClass) and to the
+// repository's stored instances (CreateInstance, ModifyInstance, SetProperty,
+// DeleteInstance of classes without an instance provider) are reserved to the
+// administrators; anyone else gets CIM_ERR_ACCESS_DENIED before anything is
+// changed. Reading the repository is open to every authenticated user. A
+// request whose context has no IdentityContainer comes from inside the
+// process (a provider's up-call with a fresh context, an embedding program)
+// and is not checked: every request from a listener carries one.
+//
 // Calls run on the calling thread; an up-call from a provider re-enters the
 // router directly. The router holds no lock while a provider runs.
 #ifndef CIMHOST_ROUTER_H
@@ -49,6 +58,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -65,6 +75,10 @@ public:
         ProviderManager& providers, const Pegasus::String& hostName, Logger& logger);
 
     const Pegasus::String& hostName() const { return _hostName; }
+
+    // The user names that may change the schema and the stored instances.
+    // Set before serving; empty (the default): nobody.
+    void setAdministrators(const std::vector<std::string>& userNames);
 
     Pegasus::CIMClass getClass(const Pegasus::OperationContext& context,
         const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& className,
@@ -228,6 +242,9 @@ private:
     };
 
     void checkNamespace(const Pegasus::CIMNamespaceName& nameSpace) const;
+    // CIM_ERR_ACCESS_DENIED unless the request's user is an administrator.
+    void requireAdministrator(const Pegasus::OperationContext& context,
+        const char* operation) const;
     void checkClass(const Pegasus::CIMNamespaceName& nameSpace,
         const Pegasus::CIMName& className) const;
     ProviderManager::Lease lease(const ProviderCapability& capability);
@@ -268,6 +285,7 @@ private:
     ProviderManager& _providers;
     Pegasus::String _hostName;
     Logger& _logger;
+    std::set<std::string> _administrators;  // written before serving only
 
     std::mutex _cacheMutex;  // guards _associations
     std::map<std::string, std::vector<AssociationClass>> _associations;

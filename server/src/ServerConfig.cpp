@@ -48,6 +48,9 @@ CommandLine parseCommandLine(int argc, char** argv)
         "provider registration MOF file or directory (repeatable)");
     app.add_option("--module-dir", o.moduleDirs, "directory of provider modules (repeatable)");
     app.add_option("--password-file", o.passwordFile, "password file for HTTP Basic authentication");
+    app.add_option("--administrator", o.administrators,
+        "user who may change the schema and stored instances (repeatable, or "
+        "comma-separated; default: nobody)")->delimiter(',');
     app.add_option("--log-file", o.logFile, "log file (default: standard error)");
     app.add_option("--log-level", o.logLevel, "off, error, warning, info or debug")
         ->capture_default_str();

@@ -126,7 +126,8 @@ void DemoServer::start()
 {
     std::vector<std::string> argv = {_options.cimhost, "--http-address", "127.0.0.1",
         "--http-port", "0", "--module-dir", _options.moduleDir,
-        "--password-file", _dir + "/cimhost.passwd", "--socket", socketPath(),
+        "--password-file", _dir + "/cimhost.passwd",
+        "--socket", _options.socket ? socketPath() : std::string(),
         "--log-file", serverLog(), "--log-level", "info"};
     for (const std::string& s : _options.schemaFiles)
         argv.insert(argv.end(), {"--schema", s});
@@ -149,7 +150,10 @@ void DemoServer::start()
         ::setenv("VELK_EVENT_LOG", eventLog().c_str(), 1);
         ::setenv("VELK_LOG_FILE", arrayLog().c_str(), 1);
         ::setenv("VELK_LOG_LEVEL", _options.arrayLogLevel.c_str(), 1);
-        ::setenv("CIMHOST_SOCKET", socketPath().c_str(), 1);
+        if (_options.socket && _options.socketVariable)
+            ::setenv("CIMHOST_SOCKET", socketPath().c_str(), 1);
+        else
+            ::unsetenv("CIMHOST_SOCKET");
         std::vector<char*> args;
         for (const std::string& a : argv)
             args.push_back(const_cast<char*>(a.c_str()));

@@ -37,6 +37,11 @@ public:
         std::string user = "storageadmin";
         std::string password = "e2e-Pass-4471";
         std::string hostName;                        // empty: the server's default
+        // --socket: the server's own socket in its folder, or none (--socket
+        // ""); CIMHOST_SOCKET names that socket to the server too unless
+        // socketVariable is false (the variable is then removed).
+        bool socket = true;
+        bool socketVariable = true;
         std::vector<std::string> extraArgs;
         std::string cimhost;                         // default: the cimhost of this build
         std::string moduleDir;                       // default: the modules of this build

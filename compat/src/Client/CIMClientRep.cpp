@@ -200,7 +200,7 @@ void CIMClientRep::connect(const String& host, Uint32 port, const String& user,
     const String& password)
 {
     std::lock_guard<std::mutex> lock(_mutex);
-    if (_http)
+    if (_http || _inProcess)
         throw AlreadyConnectedException();
     if (host.size() == 0 && port == 0)
     {
@@ -236,7 +236,16 @@ void CIMClientRep::connect(const String& host, Uint32 port, const String& user,
 
 void CIMClientRep::connectLocal()
 {
-    connect(String(), 0, String(), String());
+    std::shared_ptr<InProcessServer> server = InProcessServer::boundToThisThread();
+    if (!server)
+    {
+        connect(String(), 0, String(), String());
+        return;
+    }
+    std::lock_guard<std::mutex> lock(_mutex);
+    if (_http || _inProcess)
+        throw AlreadyConnectedException();
+    _inProcess = server;
 }
 
 void CIMClientRep::disconnect()
@@ -245,6 +254,7 @@ void CIMClientRep::disconnect()
     if (_http)
         _http->stop();
     _http.reset();
+    _inProcess.reset();
 }
 
 String CIMClientRep::nextMessageId()
@@ -257,6 +267,8 @@ std::string CIMClientRep::_post(const String& methodName, const String& cimObjec
     const std::string& body)
 {
     std::lock_guard<std::mutex> lock(_mutex);
+    if (_inProcess)
+        return _postInProcess(methodName, cimObject, body);
     if (!_http)
         throw NotConnectedException();
     httplib::Headers headers = {
@@ -300,6 +312,31 @@ std::string CIMClientRep::_post(const String& methodName, const String& cimObjec
         }
         return res->body;
     }
+}
+
+// The same exchange with the server of this process; the answer is checked
+// like one that came over HTTP.
+std::string CIMClientRep::_postInProcess(const String& methodName,
+    const String& cimObject, const std::string& body)
+{
+    CimXmlHeaders headers = {
+        { "CIMOperation", "MethodCall" },
+        { "CIMMethod", XmlWriter::percentEncode(methodName) },
+        { "CIMObject", XmlWriter::percentEncode(cimObject) },
+        { "CIMProtocolVersion", "1.0" },
+        { "Content-Type", "application/xml; charset=\"utf-8\"" },
+    };
+    CimXmlHttpResponse res = _inProcess->process(headers, body);
+    if (res.status != 200)
+    {
+        std::string detail;
+        std::string raw = res.header("PGErrorDetail");
+        if (!XmlReader::percentDecode(raw, detail))
+            detail = raw;
+        throw CIMClientHTTPErrorException(res.status, fromUtf8(res.reason),
+            fromUtf8(res.header("CIMError")), fromUtf8(detail));
+    }
+    return res.body;
 }
 
 CimXmlIMethodResponse CIMClientRep::intrinsic(const String& methodName,

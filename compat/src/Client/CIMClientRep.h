@@ -9,6 +9,7 @@
 #include <Pegasus/Common/Config.h>
 #include <Pegasus/Common/String.h>
 #include <CimXml/XmlReader.h>
+#include <Pegasus/Internal/InProcessServer.h>
 
 namespace httplib
 {
@@ -28,6 +29,8 @@ public:
 
     void connect(const String& host, Uint32 port, const String& user,
         const String& password);
+    // The server bound to this thread in process (see InProcessServer),
+    // else the local socket.
     void connectLocal();
     void disconnect();
 
@@ -44,10 +47,13 @@ public:
 private:
     std::string _post(const String& methodName, const String& cimObject,
         const std::string& body);
+    std::string _postInProcess(const String& methodName, const String& cimObject,
+        const std::string& body);
     void _applyTimeout();
 
     mutable std::mutex _mutex;
     std::unique_ptr<httplib::ClientImpl> _http;
+    std::shared_ptr<InProcessServer> _inProcess;
     Uint32 _timeoutMs;
     Uint64 _nextId;
 };

@@ -2,8 +2,9 @@
 // provider registry, provider manager, router, and optionally the HTTP
 // listener and the local (Unix socket) listener.
 //
-// Tests of provider modules use it to get a real CIMOMHandle, real companion
-// providers loaded by registration, and a socket for CIMClient::connectLocal.
+// Tests of provider modules use it to get a real CIMOMHandle and real companion
+// providers loaded by registration. CIMClient::connectLocal() made by a
+// provider it runs reaches this server in process, with or without a socket.
 #ifndef CIMHOST_EMBEDDED_SERVER_H
 #define CIMHOST_EMBEDDED_SERVER_H
 
@@ -51,6 +52,14 @@ struct ServerOptions
     // Password file (user:hash lines) for HTTP Basic authentication. Every
     // TCP request must authenticate; an empty or missing file lets nobody in.
     std::string passwordFile;
+
+    // User names that may change the schema (CreateClass, ModifyClass,
+    // DeleteClass) and the stored instances of classes no provider serves
+    // (CreateInstance, ModifyInstance, SetProperty, DeleteInstance). They
+    // count alike over TCP, HTTPS and the local socket, where the peer's
+    // user name is the name of its uid; root and the server's own uid get no
+    // more than any other name. Empty (the default): nobody.
+    std::vector<std::string> administrators;
 
     // Requests answered at once (at least 1). Each open connection has its
     // own thread; these bound the work on requests.
