@@ -28,6 +28,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <iostream>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -734,3 +735,74 @@ TEST_F(Hangups, BodiesOverTheLimitAreRefusedWith413)
 }
 
 } // namespace
+
+// ---------------------------------------------------------------------------
+// What the other classes answer while the array's semaphore times out: the
+// job module's own classes as it is specified to (nothing, or not found),
+// the server's companion classes CIM_ERR_FAILED with the reason.
+
+TEST_F(FaultsWhileServing, SemaphoreTimeOutAnswersOfTheOtherClasses)
+{
+    CIMClient c;
+    connect(c);
+    Jobs jobs = listJobs(c);
+    ASSERT_FALSE(jobs.ids.empty());
+    const std::string job = jobs.ids[0];
+    Array<CIMObjectPath> services = c.enumerateInstanceNames(kNs,
+        CIMName("VELK_StorageConfigurationService"));
+    ASSERT_EQ(1u, services.size());
+    Array<CIMObjectPath> volumes = c.enumerateInstanceNames(kNs, CIMName("VELK_StorageVolume"));
+    ASSERT_NE(0u, volumes.size());
+    auto count = [](Uint32 n) { return "count:" + std::to_string(n); };
+    auto enumerate = [&](const char* cls) {
+        return [&c, count, cls] {
+            return count(c.enumerateInstances(kNs, CIMName(cls), true, false, false, false,
+                CIMPropertyList()).size());
+        };
+    };
+    const std::string timedOut = kFailedError + "cim_sem_wait: Semaphore Timed-Out";
+    struct Row
+    {
+        std::string name;
+        std::function<std::string()> send;
+        std::string expected;
+    };
+    std::vector<Row> rows = {
+        {"EnumerateInstances VELK_MethodResult", enumerate("VELK_MethodResult"), "count:0"},
+        {"EnumerateInstances VELK_OwningJobElement", enumerate("VELK_OwningJobElement"),
+            "count:0"},
+        {"EnumerateInstances VELK_AssociatedJobMethodResult",
+            enumerate("VELK_AssociatedJobMethodResult"), "count:0"},
+        {"GetError", [&] {
+             Array<CIMParamValue> out;
+             c.invokeMethod(kNs, jobPath(job), CIMName("GetError"), Array<CIMParamValue>(), out);
+             return std::string("ok");
+         }, kNotFoundError},
+        {"References of the service", [&] {
+             return count(c.references(kNs, services[0]).size());
+         }, "count:0"},
+        {"Associators of a job", [&] {
+             return count(c.associators(kNs, jobPath(job)).size());
+         }, "CIM 6: CIM_ERR_NOT_FOUND: VELK_MethodResultProvider CIM Object not found." + job},
+        {"EnumerateInstances VELK_StorageConfigurationService",
+            enumerate("VELK_StorageConfigurationService"), timedOut},
+        {"EnumerateInstances VELK_ReplicationService", enumerate("VELK_ReplicationService"),
+            timedOut},
+        {"EnumerateInstances VELK_StorageVolume", enumerate("VELK_StorageVolume"), timedOut},
+        {"EnumerateInstances VELK_StorageSynchronized", enumerate("VELK_StorageSynchronized"),
+            timedOut},
+        {"GetInstance VELK_StorageVolume", [&] {
+             c.getInstance(kNs, volumes[0], false, false, false, CIMPropertyList());
+             return std::string("ok");
+         }, timedOut},
+    };
+    // Every provider is started before the semaphore times out.
+    for (const Row& r : rows)
+        EXPECT_EQ(std::string::npos, answerOf(r.send).find("CIM ")) << r.name;
+
+    velksim::injectSemaphoreTimeout();
+    for (const Row& r : rows)
+        EXPECT_EQ(r.expected, answerOf(r.send)) << r.name;
+    velksim::clearFaults();
+    EXPECT_EQ(jobs.ids, listJobs(c).ids);
+}

@@ -31,6 +31,28 @@ std::string lower(const std::string& s)
 
 typedef CIMProvider* (*CreateFunction)(const String&);
 
+// ": " and the message of the exception being handled, for the log: the
+// client only gets the documented "provider initialization failed".
+std::string reasonOfCurrentException()
+{
+    try
+    {
+        throw;
+    }
+    catch (const Exception& e)
+    {
+        return ": " + narrow(e.getMessage());
+    }
+    catch (const std::exception& e)
+    {
+        return std::string(": ") + e.what();
+    }
+    catch (...)
+    {
+        return std::string();
+    }
+}
+
 } // namespace
 
 struct ProviderManager::Module
@@ -296,7 +318,7 @@ ProviderManager::Lease ProviderManager::get(const ProviderModuleInfo& info,
         catch (...)
         {
             _logger.error("provider " + narrow(providerName) + " of module " +
-                narrow(info.name) + ": initialize() failed");
+                narrow(info.name) + ": initialize() failed" + reasonOfCurrentException());
             try
             {
                 provider->terminate();
