@@ -781,9 +781,14 @@ TEST_F(FaultsWhileServing, SemaphoreTimeOutAnswersOfTheOtherClasses)
         {"References of the service", [&] {
              return count(c.references(kNs, services[0]).size());
          }, "count:0"},
-        {"Associators of a job", [&] {
-             return count(c.associators(kNs, jobPath(job)).size());
+        {"Associators of a job to its method result", [&] {
+             return count(c.associators(kNs, jobPath(job),
+                 CIMName("VELK_AssociatedJobMethodResult")).size());
          }, "CIM 6: CIM_ERR_NOT_FOUND: VELK_MethodResultProvider CIM Object not found." + job},
+        {"Associators of a job to its volumes", [&] {
+             return count(c.associators(kNs, jobPath(job),
+                 CIMName("VELK_AffectedJobElement")).size());
+         }, timedOut},
         {"EnumerateInstances VELK_StorageConfigurationService",
             enumerate("VELK_StorageConfigurationService"), timedOut},
         {"EnumerateInstances VELK_ReplicationService", enumerate("VELK_ReplicationService"),
