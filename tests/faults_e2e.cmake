@@ -6,4 +6,10 @@ if(TARGET cimhost AND TARGET cimhost_core AND TARGET VELK_JobProvider AND TARGET
     LIBS e2e_support cimhost_core pegclient velkapi nlohmann_json::nlohmann_json)
   add_dependencies(faults_e2e_test cimhost VELK_JobProvider VELK_InternalCacheProvider
     VELK_ServiceProvider VELK_StorageVolumeProvider)
+  # Every module the registrations name: the tests start them all.
+  foreach(module VELK_AffectedJobElementProvider VELK_InteropProvider)
+    if(TARGET ${module})
+      add_dependencies(faults_e2e_test ${module})
+    endif()
+  endforeach()
 endif()
