@@ -738,8 +738,9 @@ TEST_F(Hangups, BodiesOverTheLimitAreRefusedWith413)
 
 // ---------------------------------------------------------------------------
 // What the other classes answer while the array's semaphore times out: the
-// job module's own classes as it is specified to (nothing, or not found),
-// the server's companion classes CIM_ERR_FAILED with the reason.
+// job module's own classes what they answer for an array they cannot read
+// (nothing, or not found), the server's companion classes CIM_ERR_FAILED
+// with the reason.
 
 TEST_F(FaultsWhileServing, SemaphoreTimeOutAnswersOfTheOtherClasses)
 {
