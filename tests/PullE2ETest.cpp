@@ -9,7 +9,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
+#include <thread>
 #include <string>
 #include <vector>
 
@@ -234,6 +236,19 @@ TEST_F(PullE2E, ContextErrorsAndCloseOverTheWire)
     }
     // The context survived the wrong pull; close ends it.
     EXPECT_EQ(1u, pull.pullInstancesWithPath(NS, name, 1).instances.size());
+    // Once the provider has delivered everything, the rest is counted.
+    Uint32 jobs = client.enumerateInstanceNames(NS, CIMName("VELK_ConcreteJob")).size();
+    CIMValue count;
+    for (int i = 0; i < 500 && count.isNull(); i++)
+    {
+        count = pull.enumerationCount(NS, name);
+        if (count.isNull())
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ASSERT_FALSE(count.isNull());
+    Uint64 remaining = 0;
+    count.get(remaining);
+    EXPECT_EQ(jobs - 2, remaining);
     pull.closeEnumeration(NS, name);
     try
     {
