@@ -122,7 +122,12 @@ TEST_F(InteropE2E, TheObjectManagerIsReachedThroughCimXmlWithBasicAuthentication
     EXPECT_EQ("cimhost", stringProperty(managers[0], "Name"));
     EXPECT_EQ("velk-ctl01", stringProperty(managers[0], "SystemName"));
 
-    // Its namespaces, by association, are the ones CIM_Namespace lists.
+    // Its namespaces, listed and by association.
+    std::set<std::string> listed;
+    Array<CIMInstance> namespaces = client.enumerateInstances(interop, CIMName("CIM_Namespace"));
+    for (Uint32 i = 0; i < namespaces.size(); i++)
+        listed.insert(stringProperty(namespaces[i], "Name"));
+    EXPECT_EQ(kNamespaces, listed);
     Array<CIMObjectPath> spaces = client.associatorNames(interop, managers[0].getPath(),
         CIMName("CIM_NamespaceInManager"), CIMName("CIM_Namespace"), "Antecedent", "Dependent");
     std::set<std::string> names;
