@@ -2,6 +2,7 @@
 
 #include "HttpFrontEnd.h"
 #include "InProcessLocalServer.h"
+#include "IndicationService.h"
 #include "Logger.h"
 #include "NamespaceDirectory.h"
 #include "PasswordFile.h"
@@ -97,6 +98,7 @@ public:
     std::unique_ptr<Router> router;
     std::unique_ptr<EnumerationContextTable> contexts;
     std::shared_ptr<InProcessLocalServer> localServer;
+    std::unique_ptr<IndicationService> indications;
     std::unique_ptr<PasswordFile> passwords;
     std::unique_ptr<HttpFrontEnd> frontEnd;
 };
@@ -159,6 +161,22 @@ void EmbeddedServer::start()
         String(host.c_str()));
     d.providers->setLocalServer(d.localServer);
 
+    IndicationDestination::Settings delivery;
+    delivery.queueLimit = std::max<size_t>(1, d.options.indicationQueueLimit);
+    delivery.attempts = std::max(1, d.options.indicationAttempts);
+    d.indications.reset(new IndicationService(d.repository, d.registry, *d.providers,
+        String(host.c_str()), d.options.subscriptionFile, delivery, d.logger));
+    d.router->setIndicationService(d.indications.get());
+    try
+    {
+        d.indications->start();
+    }
+    catch (const std::exception& e)
+    {
+        d.logger.error(e.what());
+        throw;
+    }
+
     if (!d.options.passwordFile.empty())
         d.passwords.reset(new PasswordFile(d.options.passwordFile));
     d.frontEnd.reset(new HttpFrontEnd(d.options, *d.router, *d.contexts,
@@ -179,6 +197,8 @@ void EmbeddedServer::stop()
     // Open enumerations hold provider calls: end them before the providers.
     if (d.contexts)
         d.contexts->shutdown();
+    if (d.indications)
+        d.indications->stop();
     if (d.providers)
         d.providers->shutdown();
     if (d.localServer)

@@ -268,6 +268,8 @@ void ProviderRegistry::load(const Repository& repository, Logger& logger)
                     cap.types |= PROVIDER_TYPE_INSTANCE;
                 else if (types[t] == 3)
                     cap.types |= PROVIDER_TYPE_ASSOCIATION;
+                else if (types[t] == 4)
+                    cap.types |= PROVIDER_TYPE_INDICATION;
                 else if (types[t] == 5)
                     cap.types |= PROVIDER_TYPE_METHOD;
                 else

@@ -23,6 +23,7 @@ enum ProviderTypeBits : unsigned
 {
     PROVIDER_TYPE_INSTANCE = 1u << 2,
     PROVIDER_TYPE_ASSOCIATION = 1u << 3,
+    PROVIDER_TYPE_INDICATION = 1u << 4,
     PROVIDER_TYPE_METHOD = 1u << 5
 };
 

@@ -1,4 +1,5 @@
 #include "Router.h"
+#include "IndicationService.h"
 #include "Logger.h"
 #include "ResponseCollectors.h"
 
@@ -724,6 +725,8 @@ CIMObjectPath Router::createInstance(const OperationContext& context,
     checkClass(nameSpace, className);
     const ProviderCapability* cap =
         _registry.find(nameSpace, className, PROVIDER_TYPE_INSTANCE);
+    if (!cap && _indications && IndicationService::handles(className))
+        return _indications->createInstance(nameSpace, newInstance);
     if (!cap)
     {
         requireAdministrator(context, "CreateInstance");
@@ -755,6 +758,9 @@ void Router::modifyInstance(const OperationContext& context,
     checkClass(nameSpace, className);
     const ProviderCapability* cap =
         _registry.find(nameSpace, className, PROVIDER_TYPE_INSTANCE);
+    if (!cap && _indications && IndicationService::handles(className))
+        throw CIMException(CIM_ERR_NOT_SUPPORTED,
+            String("subscriptions, filters and destinations are deleted and created again"));
     if (!cap)
     {
         requireAdministrator(context, "ModifyInstance");
@@ -779,6 +785,11 @@ void Router::deleteInstance(const OperationContext& context,
     checkClass(nameSpace, className);
     const ProviderCapability* cap =
         _registry.find(nameSpace, className, PROVIDER_TYPE_INSTANCE);
+    if (!cap && _indications && IndicationService::handles(className))
+    {
+        _indications->deleteInstance(nameSpace, instanceName);
+        return;
+    }
     if (!cap)
     {
         requireAdministrator(context, "DeleteInstance");

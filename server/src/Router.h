@@ -67,6 +67,7 @@ namespace cimhost
 
 class Repository;
 class Logger;
+class IndicationService;
 
 class Router : public Pegasus::CIMOperations
 {
@@ -79,6 +80,9 @@ public:
     // The user names that may change the schema and the stored instances.
     // Set before serving; empty (the default): nobody.
     void setAdministrators(const std::vector<std::string>& userNames);
+    // Instance operations on indication filters, listener destinations and
+    // subscriptions go to this service (set before use; may be null).
+    void setIndicationService(IndicationService* service) { _indications = service; }
 
     Pegasus::CIMClass getClass(const Pegasus::OperationContext& context,
         const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& className,
@@ -286,6 +290,7 @@ private:
     Pegasus::String _hostName;
     Logger& _logger;
     std::set<std::string> _administrators;  // written before serving only
+    IndicationService* _indications = nullptr;
 
     std::mutex _cacheMutex;  // guards _associations
     std::map<std::string, std::vector<AssociationClass>> _associations;

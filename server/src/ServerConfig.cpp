@@ -74,6 +74,13 @@ CommandLine parseCommandLine(int argc, char** argv)
         "failed logins per client address and minute before its logins are refused "
         "(0: no limit)")->capture_default_str()->check(CLI::Range(0, 1000000));
 
+    CLI::Option* subscriptions = app.add_option("--subscription-file", o.subscriptionFile,
+        "file that keeps indication subscriptions across restarts (default: "
+        "cimhost.subscriptions beside the password file; empty: none)");
+    app.add_option("--indication-queue", o.indicationQueueLimit,
+        "indications waiting for one listener at most")
+        ->capture_default_str()->check(CLI::Range(1, 1000000));
+
     CLI::App* passwd = app.add_subcommand("passwd", "manage the password file");
     passwd->require_subcommand(1);
     CLI::App* add = passwd->add_subcommand("add", "add a user or change its password "
@@ -101,6 +108,12 @@ CommandLine parseCommandLine(int argc, char** argv)
     const char* env = std::getenv("CIMHOST_SOCKET");
     o.socketPath = (env && *env) ? std::string(env) : socketPath;
     o.enableHttp = !noHttp;
+    if (subscriptions->count() == 0 && !o.passwordFile.empty())
+    {
+        size_t slash = o.passwordFile.rfind('/');
+        o.subscriptionFile = (slash == std::string::npos ? std::string()
+            : o.passwordFile.substr(0, slash + 1)) + "cimhost.subscriptions";
+    }
 
 #ifdef CIMHOST_SOURCE_DIR
     if (o.schemaFiles.empty() && exists(CIMHOST_SOURCE_DIR "/schema/root.mof"))

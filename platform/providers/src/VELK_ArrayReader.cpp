@@ -98,4 +98,22 @@ std::vector<api_vvsync_t> VELK_ArrayReader::synchronizations()
     return out;
 }
 
+std::vector<tsk_data_t> VELK_ArrayReader::tasks()
+{
+    int count = 0;
+    tsk_data_t* list = 0;
+    api_Status_t st;
+    {
+        SemaphoreHold hold;
+        st = api_getTasks(0, API_TASK_READ_ALL, &count, &list);
+    }
+    std::vector<tsk_data_t> out;
+    if (st.code == API_SUCCESS && list)
+        out.assign(list, list + count);
+    std::free(list);
+    if (st.code != API_SUCCESS)
+        fail("api_getTasks", st);
+    return out;
+}
+
 PEGASUS_NAMESPACE_END

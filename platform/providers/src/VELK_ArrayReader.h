@@ -21,6 +21,8 @@ public:
     static Boolean volume(const String& name, api_vv_t& vv);
     static std::vector<api_vv_t> volumes();
     static std::vector<api_vvsync_t> synchronizations();
+    // Every task of the list, ended ones included, in id order.
+    static std::vector<tsk_data_t> tasks();
 
     // "Semaphore Timed-Out" or the text of a failed status, as thrown.
     static void fail(const char* call, const api_Status_t& status);

@@ -86,6 +86,15 @@ struct ServerOptions
     int headerTimeoutSeconds = 10;
     int readTimeoutSeconds = 20;
 
+    // File that keeps indication subscriptions (filters, listener
+    // destinations, subscriptions) across restarts; empty: kept in memory
+    // only.
+    std::string subscriptionFile;
+    // Indications waiting for one listener at most, and tries of each
+    // before the listener counts as gone.
+    size_t indicationQueueLimit = 1000;
+    int indicationAttempts = 4;
+
     // The socket path used when none is configured: $CIMHOST_SOCKET, else
     // /tmp/cimhost.socket.
     static std::string defaultSocketPath();

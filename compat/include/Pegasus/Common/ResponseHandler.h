@@ -70,6 +70,23 @@ public:
     virtual void deliver(const Array<CIMObject> & objects) = 0;
 };
 
+// An indication is an instance of an indication class.
+typedef CIMInstance CIMIndication;
+
+class PEGASUS_COMMON_LINKAGE IndicationResponseHandler
+    : virtual public ResponseHandler
+{
+public:
+    virtual void deliver(const CIMIndication & cimIndication) = 0;
+    virtual void deliver(const Array<CIMIndication> & cimIndications) = 0;
+    virtual void deliver(
+        const OperationContext & context,
+        const CIMIndication & cimIndication) = 0;
+    virtual void deliver(
+        const OperationContext & context,
+        const Array<CIMIndication> & cimIndications) = 0;
+};
+
 PEGASUS_NAMESPACE_END
 
 #endif
