@@ -71,9 +71,12 @@ void setString(CIMInstance& instance, const char* name, const String& value)
 // An identity for an instance path that does not depend on the host, on the
 // case of names, on the order of the keys or on how references in keys are
 // spelled.
-std::string pathKey(const CIMNamespaceName& defaultNamespace, const CIMObjectPath& path)
+std::string pathKey(const Repository& repository, const CIMNamespaceName& defaultNamespace,
+    const CIMObjectPath& path)
 {
     CIMNamespaceName ns = path.getNameSpace().isNull() ? defaultNamespace : path.getNameSpace();
+    if (repository.namespaceExists(ns))
+        ns = repository.canonicalNamespace(ns);
     std::vector<std::string> keys;
     const Array<CIMKeyBinding>& bindings = path.getKeyBindings();
     for (Uint32 i = 0; i < bindings.size(); i++)
@@ -83,7 +86,7 @@ std::string pathKey(const CIMNamespaceName& defaultNamespace, const CIMObjectPat
         {
             try
             {
-                value = "{" + pathKey(ns, CIMObjectPath(bindings[i].getValue())) + "}";
+                value = "{" + pathKey(repository, ns, CIMObjectPath(bindings[i].getValue())) + "}";
             }
             catch (const Exception&)
             {
@@ -271,11 +274,12 @@ IndicationService::Filter IndicationService::checkFilter(const CIMNamespaceName&
         String one = stringOf(instance, "SourceNamespace");
         f.sourceNamespaces.push_back(one.size() ? CIMNamespaceName(one) : nameSpace);
     }
-    for (const CIMNamespaceName& sn : f.sourceNamespaces)
+    for (CIMNamespaceName& sn : f.sourceNamespaces)
     {
         if (!_repository.namespaceExists(sn))
             refuse(CIM_ERR_INVALID_PARAMETER,
                 "the source namespace " + narrow(sn.getString()) + " does not exist");
+        sn = _repository.canonicalNamespace(sn);
         if (!_repository.classExists(sn, f.query->fromClass()))
             refuse(CIM_ERR_INVALID_QUERY, "the class " +
                 narrow(f.query->fromClass().getString()) + " does not exist in namespace " +
@@ -297,7 +301,7 @@ std::string IndicationService::referenceKey(const CIMNamespaceName& nameSpace,
             " is required");
     CIMObjectPath path;
     v.get(path);
-    return pathKey(nameSpace, path);
+    return pathKey(_repository, nameSpace, path);
 }
 
 CIMObjectPath IndicationService::createInstance(const CIMNamespaceName& nameSpace,
@@ -357,7 +361,7 @@ CIMObjectPath IndicationService::addLocked(const CIMNamespaceName& nameSpace,
     }
 
     CIMObjectPath path = _repository.createInstance(nameSpace, instance);
-    std::string key = pathKey(nameSpace, path);
+    std::string key = pathKey(_repository, nameSpace, path);
     if (className.equal(FILTER_CLASS))
         _filters[key] = filter;
     else if (className.equal(DESTINATION_CLASS))
@@ -398,7 +402,7 @@ void IndicationService::deleteInstance(const CIMNamespaceName& nameSpace,
     const CIMObjectPath& instanceName)
 {
     std::lock_guard<std::mutex> lock(_mutex);
-    std::string key = pathKey(nameSpace, instanceName);
+    std::string key = pathKey(_repository, nameSpace, instanceName);
     for (const auto& s : _subscriptions)
         if (s.second.filterKey == key || s.second.destinationKey == key)
             refuse(CIM_ERR_FAILED,

@@ -592,6 +592,12 @@ bool Repository::namespaceExists(const CIMNamespaceName& nameSpace) const
     return _data->findNamespace(nameSpace) != nullptr;
 }
 
+CIMNamespaceName Repository::canonicalNamespace(const CIMNamespaceName& nameSpace) const
+{
+    std::shared_lock<std::shared_mutex> lock(_mutex);
+    return _data->getNamespace(nameSpace).name;
+}
+
 Array<CIMNamespaceName> Repository::enumerateNamespaces() const
 {
     std::shared_lock<std::shared_mutex> lock(_mutex);

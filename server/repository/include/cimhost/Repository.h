@@ -44,6 +44,10 @@ public:
     // Creates the namespace if it does not exist yet.
     void createNamespace(const Pegasus::CIMNamespaceName& nameSpace);
     bool namespaceExists(const Pegasus::CIMNamespaceName& nameSpace) const;
+    // The name the namespace was created with (for an alias, the namespace
+    // it names). CIM_ERR_INVALID_NAMESPACE when there is none.
+    Pegasus::CIMNamespaceName canonicalNamespace(
+        const Pegasus::CIMNamespaceName& nameSpace) const;
     // In creation order; aliases are not listed.
     Pegasus::Array<Pegasus::CIMNamespaceName> enumerateNamespaces() const;
     // Makes alias a second name of the existing namespace target: everything
