@@ -34,7 +34,10 @@
 // Instance operations on classes without an instance provider use the
 // repository's stored instances; invokeMethod on a class without a method
 // provider is CIM_ERR_METHOD_NOT_AVAILABLE, or CIM_ERR_METHOD_NOT_FOUND when
-// the class does not declare the method.
+// the class does not declare the method. Creating and deleting indication
+// filters, listener destinations and subscriptions goes to the indication
+// service, for any user (subscribing changes no schema and no array);
+// modifying them is CIM_ERR_NOT_SUPPORTED.
 //
 // Changes to the schema (CreateClass, ModifyClass, DeleteClass) and to the
 // repository's stored instances (CreateInstance, ModifyInstance, SetProperty,
