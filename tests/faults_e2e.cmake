@@ -7,7 +7,7 @@ if(TARGET cimhost AND TARGET cimhost_core AND TARGET VELK_JobProvider AND TARGET
   add_dependencies(faults_e2e_test cimhost VELK_JobProvider VELK_InternalCacheProvider
     VELK_ServiceProvider VELK_StorageVolumeProvider)
   # Every module the registrations name: the tests start them all.
-  foreach(module VELK_AffectedJobElementProvider VELK_InteropProvider)
+  foreach(module VELK_AffectedJobElementProvider VELK_InteropProvider VELK_JobIndicationProvider)
     if(TARGET ${module})
       add_dependencies(faults_e2e_test ${module})
     endif()

@@ -7,7 +7,7 @@ if(TARGET VELK_JobProvider AND TARGET cimhost AND TARGET pegclient)
   add_dependencies(hardening_e2e_test cimhost VELK_JobProvider VELK_InternalCacheProvider
     VELK_ServiceProvider VELK_StorageVolumeProvider)
   # Every module the registrations name: the tests start them all.
-  foreach(module VELK_AffectedJobElementProvider VELK_InteropProvider)
+  foreach(module VELK_AffectedJobElementProvider VELK_InteropProvider VELK_JobIndicationProvider)
     if(TARGET ${module})
       add_dependencies(hardening_e2e_test ${module})
     endif()
