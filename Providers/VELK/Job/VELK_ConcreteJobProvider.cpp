@@ -147,25 +147,6 @@ void authorizeOperation(const String& userName, const String& ipAddress,
         "Does not support in generic!", SOURCE_NAME, __LINE__);
 }
 
-// Whether a number follows the first "task_id:" of a key, as a lenient
-// reader would take it (blanks and a sign before the digits): a key without
-// one has no task id at all, one with one names a task or a job that is not
-// there.
-bool holdsTaskNumber(const String& instanceID)
-{
-    Uint32 pos = instanceID.find(String("task_id:"));
-    if (pos == PEG_NOT_FOUND)
-        return false;
-    Uint32 i = pos + 8;
-    while (i < instanceID.size() && (instanceID[i] == ' ' ||
-            (Uint16(instanceID[i]) >= '\t' && Uint16(instanceID[i]) <= '\r')))
-        i++;
-    if (i < instanceID.size() && (instanceID[i] == '+' || instanceID[i] == '-'))
-        i++;
-    return i < instanceID.size() && Uint16(instanceID[i]) >= '0' &&
-        Uint16(instanceID[i]) <= '9';
-}
-
 CIMProperty errorProperty(const char* name, const CIMValue& value)
 {
     return CIMProperty(CIMName(name), value, 0, CIMName(), CIMName(), false);
@@ -408,21 +389,28 @@ Uint32 VELK_ConcreteJobProvider::extractTaskIDFromInstanceID(
 {
     log_message(4,
         "--> VELK_ConcreteJobProvider::extractTaskIDFromInstanceID\n");
-    // Only the InstanceID that makeUniqueID makes of a task names it: the
-    // prefix, then the id in decimal digits without sign, blank, leading zero
-    // or anything behind.
+    // Read as "%u" reads: blanks, an optional sign (a minus sign wraps
+    // modulo 2^32), then the digits up to the first other character. A
+    // number too large for 32 bits names no task rather than a wrapped one.
     Uint32 taskId = NO_TASK;
-    const String prefix = String("KORVANE") + String(":") + String("task_id:");
-    if (instanceID.size() > prefix.size() &&
-        String::equal(instanceID.subString(0, prefix.size()), prefix))
+    const String marker("task_id:");
+    Uint32 pos = instanceID.find(marker);
+    if (pos != PEG_NOT_FOUND)
     {
-        String digits = instanceID.subString(prefix.size());
+        Uint32 i = pos + marker.size();
+        while (i < instanceID.size() && (instanceID[i] == ' ' ||
+                (instanceID[i] >= '\t' && instanceID[i] <= '\r')))
+            i++;
+        bool negative = false;
+        if (i < instanceID.size() && (instanceID[i] == '+' || instanceID[i] == '-'))
+            negative = instanceID[i++] == '-';
+        Uint32 end = i;
+        while (end < instanceID.size() && instanceID[end] >= '0' &&
+                instanceID[end] <= '9')
+            end++;
         Uint32 value = 0;
-        if ((digits[0] != '0' || digits.size() == 1) &&
-            VELK_Common::parseUint32(digits, value))
-        {
-            taskId = value;
-        }
+        if (VELK_Common::parseUint32(instanceID.subString(i, end - i), value))
+            taskId = negative ? Uint32(0u - value) : value;
     }
     log_message(4,
         "<-- VELK_ConcreteJobProvider::extractTaskIDFromInstanceID\n");
@@ -757,13 +745,9 @@ CIMInstance VELK_ConcreteJobProvider::_getInstance(const CIMObjectPath& path,
     String instanceID = VELK_Common::getStringProperty(path, "InstanceID");
     Uint32 taskId = extractTaskIDFromInstanceID(instanceID);
 
-    // A key that names no task is not looked for on the array.
     tsk_data_v103 task;
     memset(&task, 0, sizeof(task));
-    api_Status_t status;
-    api_initStatus(&status);
-    if (taskId != NO_TASK || String::equal(instanceID, makeUniqueID(NO_TASK)))
-        status = getTaskDetail(task, taskId);
+    api_Status_t status = getTaskDetail(task, taskId);
 
     if (status.code == 0 && supportedJobType(task.tsk_type))
     {
@@ -965,37 +949,10 @@ void VELK_ConcreteJobProvider::deleteInstance(
     String instanceID =
         VELK_Common::getStringProperty(instanceReference, "InstanceID");
     Uint32 taskID = extractTaskIDFromInstanceID(instanceID);
-    if (taskID == NO_TASK && !holdsTaskNumber(instanceID))
+    if (taskID == NO_TASK)
     {
         throw CIMOperationFailedException(ClassName +
             String(" Invalid key names or values"));
-    }
-
-    // Only a job that getInstance would find is removed: the key must be
-    // exactly the job's InstanceID and the task a job now.
-    if (taskID == NO_TASK && !String::equal(instanceID, makeUniqueID(NO_TASK)))
-    {
-        throw CIMObjectNotFoundException(ClassName +
-            String(" CIM Object not found.") + instanceID);
-    }
-    tsk_data_v103 task;
-    memset(&task, 0, sizeof(task));
-    api_Status_t found = getTaskDetail(task, taskID);
-    if (found.code == API_ERR_SEM_TIMEOUT)
-    {
-        api_initStatus(&found);
-        errinfo_set_str(&found, API_ERR_SEM_TIMEOUT, "Semaphore Timed-Out");
-    }
-    if (found.code != 0)
-    {
-        char errtxt[512];
-        api_getErrorTextNoNL(errtxt, sizeof(errtxt), &found);
-        throw CIMOperationFailedException(String(errtxt));
-    }
-    if (!supportedJobType(task.tsk_type))
-    {
-        throw CIMObjectNotFoundException(ClassName +
-            String(" CIM Object not found.") + instanceID);
     }
 
     int semrc = cim_sem_wait();
