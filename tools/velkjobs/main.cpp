@@ -4,6 +4,7 @@
 // 3 the server could not be reached or stopped answering; 4 no such job;
 // 5 the job method answered with a non-zero value.
 #include "Connection.h"
+#include "IndicationWatch.h"
 #include "JobsClient.h"
 #include "JobsView.h"
 
@@ -20,6 +21,8 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <memory>
+#include <stdexcept>
 
 PEGASUS_USING_PEGASUS;
 using namespace velkjobs;
@@ -110,6 +113,59 @@ int runWatch(JobsClient& jobs, double intervalSeconds, unsigned maxFrames)
     return kOk;
 }
 
+void draw(const Array<CIMInstance>& list, bool tty)
+{
+    std::string screen = JobsView::watchScreen(list, terminalWidth());
+    if (tty)
+        std::cout << "\033[H\033[2J" << screen << "(q to quit)" << std::flush;
+    else
+        std::cout << screen << "\n" << std::flush;
+}
+
+// Like runWatch, but redraws when the server tells of a change instead of
+// asking again; the subscription goes away on every way out.
+int runIndicationWatch(CIMClient& client, JobsClient& jobs, const std::string& listen,
+    unsigned maxFrames)
+{
+    std::unique_ptr<IndicationWatch> watch;
+    try
+    {
+        watch.reset(new IndicationWatch(client, listen, 0));
+    }
+    catch (const std::runtime_error& e)
+    {
+        std::cerr << "velkjobs: " << e.what() << "\n";
+        return kUsage;
+    }
+    RawTerminal term;
+    bool tty = isatty(STDOUT_FILENO);
+    Array<CIMInstance> list = jobs.listJobs();
+    bool quit = false;
+    for (unsigned frame = 0; !g_stop && !quit; frame++)
+    {
+        draw(list, tty);
+        bool anyRunning = false;
+        for (Uint32 i = 0; i < list.size(); i++)
+            anyRunning = anyRunning || !JobsView::isFinished(list[i]);
+        if (!anyRunning || (maxFrames && frame + 1 >= maxFrames))
+            break;
+        CIMInstance indication;
+        bool got = false;
+        while (!g_stop && !got && !(quit = term.waitForQuit(0)))
+            got = watch->next(100, indication);
+        // Everything that came together makes one redraw.
+        while (got)
+        {
+            IndicationWatch::apply(list, indication);
+            got = watch->next(0, indication);
+        }
+    }
+    watch->unsubscribe();
+    if (tty)
+        std::cout << "\n";
+    return kOk;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -135,6 +191,12 @@ int main(int argc, char** argv)
     watch->add_option("-i,--interval", interval, "seconds between refreshes")->capture_default_str()
         ->check(CLI::Range(0.1, 3600.0));
     watch->add_option("-n,--frames", frames, "stop after this many refreshes (0: until the jobs end)");
+    bool indications = false;
+    std::string listen = "127.0.0.1";
+    watch->add_flag("--indications", indications,
+        "redraw when the server sends a job indication instead of asking every interval");
+    watch->add_option("--listen", listen,
+        "address the server sends indications to (with --indications)")->capture_default_str();
     CLI::App* show = app.add_subcommand("show", "all properties of a job, its method result and indications");
     CLI::App* cancel = app.add_subcommand("cancel", "terminate a running job");
     CLI::App* del = app.add_subcommand("delete", "delete an ended job");
@@ -188,7 +250,8 @@ int main(int argc, char** argv)
         }
         else if (*watch)
         {
-            return runWatch(jobs, interval, frames);
+            return indications ? runIndicationWatch(client, jobs, listen, frames)
+                               : runWatch(jobs, interval, frames);
         }
         else if (*show)
         {

@@ -1,0 +1,127 @@
+// `velkjobs watch --indications` against cimhost: it subscribes, redraws as
+// job indications arrive, and leaves no subscription behind, whether it ends
+// by itself or by SIGTERM.
+#include "support/DemoServer.h"
+
+#include <Pegasus/Client/CIMClient.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <fcntl.h>
+#include <fstream>
+#include <regex>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+extern char** environ;
+
+PEGASUS_USING_PEGASUS;
+
+namespace
+{
+
+// One copy job that moves a percent about every 0.3 s.
+const char* const STATE = R"({
+  "system": {"name": "ArrayOne", "host_name": "ctl1.example.test"},
+  "users": [{"name": "root", "role": "super", "cim_access": true},
+            {"name": "storageadmin", "role": "super", "cim_access": true}],
+  "tasks": [
+    {"id": 1001, "type": "TASK_VVCOPY", "name": "src1->copy1", "user": "root", "phases": ["copy"],
+     "step_max": 100, "start": "now", "duration": 30}
+  ],
+  "volumes": [{"name": "src1", "id": 1, "size_mib": 1024}, {"name": "copy1", "id": 2, "size_mib": 1024}]
+})";
+
+const CIMNamespaceName INTEROP("root/interop");
+
+class VelkjobsIndications : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        char tmpl[] = "/tmp/velkjobs-ind-XXXXXX";
+        _stateDir = ::mkdtemp(tmpl);
+        std::ofstream(_stateDir + "/array.json") << STATE;
+        e2e::DemoServer::Options options;
+        options.stateTemplate = _stateDir + "/array.json";
+        server.reset(new e2e::DemoServer(options));
+        server->start();
+        client.connect("127.0.0.1", server->port(), server->options().user.c_str(),
+            server->options().password.c_str());
+    }
+    void TearDown() override
+    {
+        client.disconnect();
+        server.reset();
+        std::string cmd = "rm -rf '" + _stateDir + "'";
+        (void)std::system(cmd.c_str());
+    }
+
+    std::vector<std::string> velkjobs(std::vector<std::string> args) const
+    {
+        args.insert(args.begin(), {VELK_BIN_DIR "/velkjobs", "--url", server->url()});
+        return args;
+    }
+
+    // Filters, destinations and subscriptions on the server.
+    size_t subscriptionObjects()
+    {
+        return client.enumerateInstanceNames(INTEROP, CIMName("CIM_IndicationFilter")).size() +
+            client.enumerateInstanceNames(INTEROP, CIMName("CIM_ListenerDestinationCIMXML")).size() +
+            client.enumerateInstanceNames(INTEROP, CIMName("CIM_IndicationSubscription")).size();
+    }
+
+    std::unique_ptr<e2e::DemoServer> server;
+    CIMClient client;
+
+private:
+    std::string _stateDir;
+};
+
+TEST_F(VelkjobsIndications, RedrawsAsIndicationsArriveAndUnsubscribesAtTheEnd)
+{
+    e2e::Result r = e2e::run(velkjobs({"watch", "--indications", "--frames", "4"}));
+    ASSERT_EQ(0, r.status) << r.out;
+    // Four screens, the later ones drawn from indications: the job moved.
+    std::vector<int> percents;
+    std::regex bar("1001 .*\\] +([0-9]+)%");
+    for (const std::string& line : e2e::lines(r.out))
+    {
+        std::smatch m;
+        if (std::regex_search(line, m, bar))
+            percents.push_back(std::stoi(m[1]));
+    }
+    ASSERT_EQ(4u, percents.size()) << r.out;
+    EXPECT_LT(percents.front(), percents.back()) << r.out;
+    EXPECT_EQ(0u, subscriptionObjects());
+}
+
+TEST_F(VelkjobsIndications, SigtermRemovesTheSubscription)
+{
+    std::vector<std::string> args = velkjobs({"watch", "--indications"});
+    std::vector<char*> argv;
+    for (std::string& a : args)
+        argv.push_back(&a[0]);
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    pid_t pid = -1;
+    ASSERT_EQ(0, posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ));
+    posix_spawn_file_actions_destroy(&actions);
+
+    for (int i = 0; i < 200 && subscriptionObjects() < 3; i++)
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(3u, subscriptionObjects());
+    ::kill(pid, SIGTERM);
+    int status = 0;
+    ASSERT_EQ(pid, ::waitpid(pid, &status, 0));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    EXPECT_EQ(0u, subscriptionObjects());
+}
+
+} // namespace
