@@ -738,6 +738,16 @@ void MofParser::parseClass(const std::vector<MofQualifier>& qualifiers, unsigned
         superName.empty() ? CIMName() : CIMName(toPeg(superName)));
     addQualifiers(cls, qualifiers, CIMScope::CLASS + CIMScope::ASSOCIATION + CIMScope::INDICATION,
         "a class");
+    if (!_compiler._allowExperimental)
+    {
+        Uint32 i = cls.findQualifier(CIMName("Experimental"));
+        Boolean experimental = false;
+        if (i != PEG_NOT_FOUND && !cls.getQualifier(i).getValue().isNull()
+            && cls.getQualifier(i).getValue().getType() == CIMTYPE_BOOLEAN)
+            cls.getQualifier(i).getValue().get(experimental);
+        if (experimental)
+            fail(line, "class " + className + " is experimental and experimental classes are not allowed");
+    }
     expect(MofTokenKind::LBrace, "'{'");
 
     auto checkReferenceClass = [&](const std::string& ref, unsigned refLine) {

@@ -659,6 +659,52 @@ Array<CIMQualifierDecl> Repository::enumerateQualifiers(const CIMNamespaceName& 
 
 // ---- classes
 
+namespace {
+
+// The class an element's EmbeddedInstance qualifier names must exist when
+// the element's class is defined (the class itself may be named); an
+// embedded instance of an unknown class could not be checked or decoded.
+template <class T>
+void checkEmbeddedClass(const NamespaceData& ns, const CIMClass& newClass, const T& element,
+    const std::string& what)
+{
+    Uint32 i = element.findQualifier(CIMName("EmbeddedInstance"));
+    if (i == PEG_NOT_FOUND)
+        return;
+    CIMValue v = element.getQualifier(i).getValue();
+    if (v.isNull() || v.isArray() || v.getType() != CIMTYPE_STRING)
+        return;
+    String named;
+    v.get(named);
+    std::string key = lowerKey(named);
+    if (key == nameKey(newClass.getClassName()) || ns.classes.count(key))
+        return;
+    raise(CIM_ERR_INVALID_PARAMETER, "the EmbeddedInstance qualifier of " + what + " names class "
+        + toStd(named) + ", which is not defined");
+}
+
+void checkEmbeddedClasses(const NamespaceData& ns, const CIMClass& newClass)
+{
+    for (Uint32 i = 0; i < newClass.getPropertyCount(); ++i)
+    {
+        CIMConstProperty p = newClass.getProperty(i);
+        checkEmbeddedClass(ns, newClass, p, "property " + str(p.getName()));
+    }
+    for (Uint32 i = 0; i < newClass.getMethodCount(); ++i)
+    {
+        CIMConstMethod m = newClass.getMethod(i);
+        checkEmbeddedClass(ns, newClass, m, "method " + str(m.getName()));
+        for (Uint32 j = 0; j < m.getParameterCount(); ++j)
+        {
+            CIMConstParameter prm = m.getParameter(j);
+            checkEmbeddedClass(ns, newClass, prm, "parameter " + str(prm.getName()) + " of method "
+                + str(m.getName()));
+        }
+    }
+}
+
+} // namespace
+
 void Repository::addClass(const CIMNamespaceName& nameSpace, const CIMClass& newClass)
 {
     std::unique_lock<std::shared_mutex> lock(_mutex);
@@ -666,6 +712,7 @@ void Repository::addClass(const CIMNamespaceName& nameSpace, const CIMClass& new
     std::string key = nameKey(newClass.getClassName());
     if (ns.classes.count(key))
         raise(CIM_ERR_ALREADY_EXISTS, "class " + str(newClass.getClassName()) + " is already defined");
+    checkEmbeddedClasses(ns, newClass);
     CIMClass resolved = _data->resolve(ns, newClass);
     ClassEntry entry;
     entry.local = newClass.clone();

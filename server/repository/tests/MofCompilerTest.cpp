@@ -267,6 +267,69 @@ TEST_F(MofCompilerTest, MethodsParametersAndEmbeddedTypes)
     EXPECT_EQ(local.getProperty(local.findProperty(CIMName("LastError"))).getType(), CIMTYPE_STRING);
 }
 
+TEST_F(MofCompilerTest, EmbeddedInstanceClassMustBeDefinedFirst)
+{
+    // Named by a property, a method, a parameter: refused until the class
+    // exists, whatever the element; a class may embed itself.
+    const std::pair<const char*, const char*> cases[] = {
+        {"class T_P {\n  [EmbeddedInstance(\"T_Later\")] string E;\n};",
+            "bad.mof:1: class T_P: the EmbeddedInstance qualifier of property E names class "
+            "T_Later, which is not defined"},
+        {"class T_M {\n  [EmbeddedInstance(\"T_Later\")] string Get();\n};",
+            "bad.mof:1: class T_M: the EmbeddedInstance qualifier of method Get names class "
+            "T_Later, which is not defined"},
+        {"class T_Q {\n  uint32 Run([IN, EmbeddedInstance(\"t_later\")] string S);\n};",
+            "bad.mof:1: class T_Q: the EmbeddedInstance qualifier of parameter S of method Run "
+            "names class t_later, which is not defined"},
+    };
+    for (const auto& c : cases)
+    {
+        EXPECT_EQ(error(c.first), c.second) << c.first;
+        EXPECT_FALSE(repo.classExists(NS, CIMName("T_P")));
+    }
+    compile("class T_Later { string Message; };\n"
+            "class T_Self { [EmbeddedInstance(\"T_Self\")] string Parent; };");
+    for (const auto& c : cases)
+        EXPECT_EQ(error(c.first), "") << c.first;
+    // The same rule holds for a class created over the wire.
+    CIMClass direct(CIMName("T_Direct"));
+    CIMProperty p(CIMName("E"), CIMValue(CIMTYPE_STRING, false));
+    p.addQualifier(CIMQualifier(CIMName("EmbeddedInstance"), String("T_Nowhere")));
+    direct.addProperty(p);
+    std::string message;
+    EXPECT_EQ(cimCode([&] { repo.addClass(NS, direct); }, &message), int(CIM_ERR_INVALID_PARAMETER));
+    EXPECT_EQ(message, "the EmbeddedInstance qualifier of property E names class T_Nowhere, "
+        "which is not defined");
+}
+
+TEST_F(MofCompilerTest, ExperimentalClassesOnlyWhenAllowed)
+{
+    const std::string mof = "class T_Final { };\n"
+                            "[Experimental] class T_New : T_Final { };\n"
+                            "[Experimental(false)] class T_Done : T_Final { };\n";
+    MofCompiler strict(repo);
+    EXPECT_TRUE(strict.allowExperimental());
+    strict.setAllowExperimental(false);
+    try
+    {
+        strict.compileString(mof, "exp.mof", "root/test");
+        ADD_FAILURE() << "an experimental class was accepted";
+    }
+    catch (const MofError& e)
+    {
+        EXPECT_STREQ(e.what(),
+            "exp.mof:2: class T_New is experimental and experimental classes are not allowed");
+    }
+    EXPECT_TRUE(repo.classExists(NS, CIMName("T_Final")));
+    EXPECT_FALSE(repo.classExists(NS, CIMName("T_New")));
+
+    Repository other;
+    loadQualifiers(other);
+    MofCompiler(other).compileString(mof, "exp.mof", "root/test");
+    EXPECT_TRUE(other.classExists(NS, CIMName("T_New")));
+    EXPECT_TRUE(other.classExists(NS, CIMName("T_Done")));
+}
+
 TEST_F(MofCompilerTest, InstancesWithAliasesReferencesAndEmbeddedValues)
 {
     compile(R"(

@@ -37,6 +37,12 @@ public:
         const std::string& fileName = "<string>",
         const std::string& defaultNamespace = DEFAULT_NAMESPACE);
 
+    // Classes qualified Experimental are accepted by default. Switched off,
+    // such a class stops the compilation: a schema can be checked to hold
+    // final classes only.
+    void setAllowExperimental(bool allow) { _allowExperimental = allow; }
+    bool allowExperimental() const { return _allowExperimental; }
+
     // What this compiler has added so far.
     std::size_t qualifierCount() const { return _qualifiers; }
     std::size_t classCount() const { return _classes; }
@@ -51,6 +57,7 @@ private:
     std::size_t _instances = 0;
     std::size_t _files = 0;
     unsigned _depth = 0;
+    bool _allowExperimental = true;
 };
 
 } // namespace cimhost

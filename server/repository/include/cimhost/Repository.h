@@ -74,7 +74,8 @@ public:
     // elements have this class as origin, qualifiers flow down per flavor
     // (ToSubclass ones propagate, Restricted ones do not, DisableOverride
     // ones may not change value). Checks: no reference in a non-association
-    // class, keys are not arrays, an override keeps the type.
+    // class, keys are not arrays, an override keeps the type, the class an
+    // EmbeddedInstance qualifier names is defined already (or is this one).
     void addClass(const Pegasus::CIMNamespaceName& nameSpace,
         const Pegasus::CIMClass& newClass);
     // CIM_ERR_CLASS_HAS_CHILDREN / CIM_ERR_CLASS_HAS_INSTANCES when not a leaf
