@@ -30,7 +30,15 @@ public:
     static Boolean legal(const String& name);
 
 #ifdef PEGASUS_USE_EXPERIMENTAL_INTERFACES
+    // OpenPegasus declares this for experimental-interface builds but
+    // defines it only inline in internal builds, so elsewhere a call leaves
+    // an unresolved symbol that shows when the module is loaded. Here such a
+    // call fails to compile instead.
+# ifdef PEGASUS_INTERNALONLY
     Boolean equal(const char* name) const;
+# else
+    Boolean equal(const char* name) const = delete;
+# endif
     CIMName& operator=(const char* name);
 #endif
 

@@ -222,6 +222,12 @@ public:
             throw ::Pegasus::TooManyElementsException(); \
     } while (0)
 
+// Like OpenPegasus, where its declaration needs headers that only internal
+// builds reach, TraceableCIMException and its macros exist only for code
+// built with PEGASUS_INTERNALONLY and PEGASUS_USE_EXPERIMENTAL_INTERFACES,
+// as OpenPegasus builds its own providers.
+#if defined(PEGASUS_INTERNALONLY) && defined(PEGASUS_USE_EXPERIMENTAL_INTERFACES)
+
 class PEGASUS_COMMON_LINKAGE TraceableCIMException : public CIMException
 {
 public:
@@ -264,6 +270,8 @@ public:
 
 #define PEGASUS_CIM_EXCEPTION_L(CODE, MSG_PARMS) \
     TraceableCIMException(CODE, MSG_PARMS, String(__FILE__), __LINE__)
+
+#endif /* PEGASUS_INTERNALONLY && PEGASUS_USE_EXPERIMENTAL_INTERFACES */
 
 PEGASUS_NAMESPACE_END
 
