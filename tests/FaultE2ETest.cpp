@@ -21,9 +21,11 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <filesystem>
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
@@ -32,6 +34,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <regex>
 #include <set>
 #include <string>
 #include <thread>
@@ -499,6 +502,197 @@ TEST(KilledServer, ChangesTheArrayAcceptedSurviveSigkillAndRestart)
     }
     again.disconnect();
     EXPECT_EQ(0, server.stop());
+}
+
+// The demo array with `extra` more tasks, every other one ended (to delete)
+// or running for days (to cancel).
+std::string demoWithManyTasks(int extra)
+{
+    nlohmann::json state = nlohmann::json::parse(longRunningDemo());
+    for (int i = 0; i < extra; i++)
+    {
+        nlohmann::json task = {{"id", 5000 + i}, {"type", "TASK_VVCOPY"},
+            {"name", "vol_" + std::to_string(i) + "->vol_" + std::to_string(i) + "_copy"},
+            {"user", "storageadmin"}, {"phases", {"copy"}}, {"step_max", 100}};
+        if (i % 2)
+        {
+            task["start"] = "now-600";
+            task["duration"] = 30 * 86400;
+        }
+        else
+        {
+            task["start"] = "now-9000";
+            task["state"] = "completed";
+            task["end"] = "now-8000";
+        }
+        state["tasks"].push_back(task);
+    }
+    return state.dump(2);
+}
+
+// Task id -> state name, as the state file holds them.
+std::map<unsigned, std::string> tasksOnDisk(const std::string& stateFile)
+{
+    std::map<unsigned, std::string> out;
+    const nlohmann::json state = nlohmann::json::parse(e2e::readFile(stateFile));
+    for (const nlohmann::json& t : state["tasks"])
+        out[t["id"].get<unsigned>()] = t.value("state", "running");
+    return out;
+}
+
+TEST(KilledServer, EveryChangeOnDiskHasItsEventLineWhereverTheKillLands)
+{
+    e2e::DemoServer::Options options;
+    e2e::DemoServer server(options);
+    std::ofstream(server.stateFile()) << demoWithManyTasks(600);
+    const std::string stale = server.stateFile() + ".tmp.";
+
+    size_t changesSeen = 0;
+    size_t linesBefore = 0;
+    for (int round = 0; round < 8; round++)
+    {
+        // A temporary state file of a process that is gone, as a kill in the
+        // middle of a write leaves it, is removed when the array is loaded.
+        pid_t gone = ::fork();
+        if (gone == 0)
+            ::_exit(0);
+        ::waitpid(gone, nullptr, 0);
+        std::ofstream(stale + std::to_string(gone)) << "{\"half\":";
+
+        std::map<unsigned, std::string> before = tasksOnDisk(server.stateFile());
+        server.start();
+        std::atomic<bool> stop{false};
+        std::vector<std::thread> clients;
+        for (int c = 0; c < 4; c++)
+            clients.emplace_back([&, c] {
+                try
+                {
+                    CIMClient client;
+                    client.connect("127.0.0.1", Uint32(server.port()), "storageadmin",
+                        String(options.password.c_str()));
+                    int n = 0;
+                    for (const auto& task : before)
+                    {
+                        if (stop || task.first < 5000 || n++ % 4 != c)
+                            continue;
+                        std::string id = "KORVANE:task_id:" + std::to_string(task.first);
+                        if (task.second == "running")
+                            requestStateChange(client, id);
+                        else if (task.second == "completed")
+                            client.deleteInstance(kNs, jobPath(id));
+                    }
+                }
+                catch (const Exception&)
+                {
+                    // The server went away under the client.
+                }
+            });
+        // Kill once the changes are under way, a little later each round.
+        auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (e2e::lines(e2e::readFile(server.eventLog())).size() < linesBefore + 3
+            && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        std::this_thread::sleep_for(std::chrono::milliseconds(25 * round));
+        server.kill9();
+        stop = true;
+        for (std::thread& t : clients)
+            t.join();
+
+        // Every change the state file shows has its line, with the outcome
+        // the client was given.
+        std::map<unsigned, std::string> after = tasksOnDisk(server.stateFile());
+        std::vector<std::string> events = e2e::lines(e2e::readFile(server.eventLog()));
+        std::map<unsigned, std::set<std::string>> logged;
+        for (size_t i = linesBefore; i < events.size(); i++)
+        {
+            nlohmann::json ev = nlohmann::json::parse(events[i]);
+            if (ev["code"] == 0)
+                for (unsigned id : ev["tasks"].get<std::vector<unsigned>>())
+                    logged[id].insert(ev["action"].get<std::string>());
+        }
+        linesBefore = events.size();
+        for (const auto& task : before)
+        {
+            auto now = after.find(task.first);
+            if (now == after.end())
+            {
+                changesSeen++;
+                EXPECT_EQ(1u, logged[task.first].count("remove"))
+                    << "round " << round << ": task " << task.first << " removed without its line";
+            }
+            else if (now->second != task.second)
+            {
+                changesSeen++;
+                EXPECT_EQ("cancelled", now->second) << task.first;
+                EXPECT_EQ(1u, logged[task.first].count("cancel"))
+                    << "round " << round << ": task " << task.first << " cancelled without its line";
+            }
+        }
+
+        server.start();
+        CIMClient again;
+        again.connect("127.0.0.1", Uint32(server.port()), "storageadmin",
+            String(options.password.c_str()));
+        EXPECT_FALSE(listJobs(again).ids.empty());
+        again.disconnect();
+        for (const auto& entry : std::filesystem::directory_iterator(server.dir()))
+            EXPECT_NE(0u, entry.path().string().rfind(stale, 0))
+                << entry.path() << " is left after a restart";
+        server.kill9();
+    }
+    EXPECT_GE(changesSeen, 5u) << "the kills came before the clients changed anything";
+}
+
+// ---------------------------------------------------------------------------
+// Logs turned over by size, configured as an operator does.
+
+TEST(Logs, ServerArrayAndEventLogsTurnOverAtTheirConfiguredSize)
+{
+    const std::pair<const char*, const char*> env[] = {{"VELK_EVENT_LOG_MAX_BYTES", "3000"},
+        {"VELK_EVENT_LOG_KEEP", "2"}, {"VELK_LOG_MAX_BYTES", "3000"}, {"VELK_LOG_KEEP", "2"}};
+    for (const auto& e : env)
+        ::setenv(e.first, e.second, 1);
+    e2e::DemoServer::Options options;
+    options.extraArgs = {"--log-max-bytes", "3000", "--log-keep", "2"};
+    e2e::DemoServer server(options);
+    std::ofstream(server.stateFile()) << demoWithManyTasks(100);
+    server.start();
+    for (const auto& e : env)
+        ::unsetenv(e.first);
+
+    CIMClient client;
+    client.connect("127.0.0.1", Uint32(server.port()), "storageadmin",
+        String(options.password.c_str()));
+    for (int i = 0; i < 100; i += 2)
+        client.deleteInstance(kNs, jobPath("KORVANE:task_id:" + std::to_string(5000 + i)));
+    client.disconnect();
+    EXPECT_EQ(0, server.stop());
+
+    for (const std::string& log : {server.serverLog(), server.arrayLog(), server.eventLog()})
+    {
+        EXPECT_TRUE(std::filesystem::exists(log + ".2")) << log << " was not turned over";
+        EXPECT_FALSE(std::filesystem::exists(log + ".3")) << log;
+        std::vector<std::string> all;
+        for (const std::string& f : {log + ".2", log + ".1", log})
+        {
+            std::string text = e2e::readFile(f);
+            EXPECT_LE(text.size(), 3000u) << f;
+            EXPECT_EQ('\n', text.empty() ? '\n' : text.back()) << f;
+            for (const std::string& line : e2e::lines(text))
+                all.push_back(line);
+        }
+        // Each line whole: a time stamp in front, or one JSON record.
+        const std::regex stamp("^[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}(\\.[0-9]{3})?Z ");
+        for (const std::string& line : all)
+            if (log == server.eventLog())
+                EXPECT_EQ("remove", nlohmann::json::parse(line)["action"]) << line;
+            else
+                EXPECT_TRUE(std::regex_search(line, stamp)) << log << ": " << line;
+    }
+    // The newest deletion's line is in the current event log.
+    std::vector<std::string> events = e2e::lines(e2e::readFile(server.eventLog()));
+    ASSERT_FALSE(events.empty());
+    EXPECT_EQ(5098u, nlohmann::json::parse(events.back())["tasks"][0].get<unsigned>());
 }
 
 // ---------------------------------------------------------------------------

@@ -120,7 +120,8 @@ void EmbeddedServer::start()
         throw std::runtime_error("the server was already started");
     d.started = true;
 
-    d.logger.open(d.options.logFile, Logger::parseLevel(d.options.logLevel));
+    d.logger.open(d.options.logFile, Logger::parseLevel(d.options.logLevel), d.options.logMaxBytes,
+        d.options.logKeep);
     std::string host = d.options.hostName.empty() ? machineHostName() : d.options.hostName;
 
     MofCompiler compiler(d.repository);

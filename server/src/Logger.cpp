@@ -4,6 +4,9 @@
 #include <ctime>
 #include <stdexcept>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace cimhost
 {
 
@@ -17,23 +20,55 @@ Logger::~Logger()
         std::fclose(_file);
 }
 
-void Logger::open(const std::string& path, LogLevel level)
+void Logger::open(const std::string& path, LogLevel level, std::uint64_t maxBytes, unsigned keep)
 {
     std::lock_guard<std::mutex> lock(_mutex);
     std::FILE* file = stderr;
     bool owns = false;
+    std::uint64_t size = 0;
     if (!path.empty())
     {
         file = std::fopen(path.c_str(), "a");
         if (!file)
             throw std::runtime_error("cannot open log file " + path);
         owns = true;
+        struct stat st;
+        if (::fstat(::fileno(file), &st) == 0)
+            size = static_cast<std::uint64_t>(st.st_size);
     }
     if (_ownsFile)
         std::fclose(_file);
     _file = file;
     _ownsFile = owns;
     _level = level;
+    _path = path;
+    _maxBytes = maxBytes;
+    _keep = keep;
+    _size = size;
+}
+
+void Logger::rotate()
+{
+    std::fclose(_file);
+    // Oldest first, so that no rename lands on a file still to be moved.
+    if (_keep == 0)
+        ::unlink(_path.c_str());
+    else
+    {
+        ::unlink((_path + "." + std::to_string(_keep)).c_str());
+        for (unsigned i = _keep; i > 1; --i)
+            ::rename((_path + "." + std::to_string(i - 1)).c_str(),
+                (_path + "." + std::to_string(i)).c_str());
+        ::rename(_path.c_str(), (_path + ".1").c_str());
+    }
+    _size = 0;
+    _file = std::fopen(_path.c_str(), "a");
+    if (!_file)
+    {
+        // The log goes on where the operator can still see it.
+        _file = stderr;
+        _ownsFile = false;
+    }
 }
 
 LogLevel Logger::parseLevel(const std::string& text)
@@ -71,9 +106,12 @@ void Logger::log(LogLevel level, const std::string& message)
     std::tm tm;
     gmtime_r(&now, &tm);
     std::strftime(stamp, sizeof(stamp), "%Y-%m-%dT%H:%M:%SZ", &tm);
-    std::fprintf(_file, "%s %s %s\n", stamp, names[static_cast<int>(level)],
-        message.c_str());
+    std::string line = std::string(stamp) + " " + names[static_cast<int>(level)] + " " + message + "\n";
+    if (_ownsFile && _maxBytes > 0 && _size > 0 && _size + line.size() > _maxBytes)
+        rotate();
+    std::fwrite(line.data(), 1, line.size(), _file);
     std::fflush(_file);
+    _size += line.size();
 }
 
 } // namespace cimhost

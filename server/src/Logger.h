@@ -1,8 +1,10 @@
 // The request and error log of cimhost: one line per event, with a UTC time
-// stamp and the level, to a file or to standard error.
+// stamp and the level, to a file or to standard error. A file is turned over
+// by size, between lines.
 #ifndef CIMHOST_LOGGER_H
 #define CIMHOST_LOGGER_H
 
+#include <cstdint>
 #include <cstdio>
 #include <mutex>
 #include <string>
@@ -28,8 +30,11 @@ public:
     Logger& operator=(const Logger&) = delete;
 
     // Empty path: standard error. Throws std::runtime_error when the file
-    // cannot be opened.
-    void open(const std::string& path, LogLevel level);
+    // cannot be opened. A line that would take the file past maxBytes (0: no
+    // limit) first turns it over: <path> becomes <path>.1, older files move
+    // up to <path>.<keep> and the oldest is removed.
+    void open(const std::string& path, LogLevel level, std::uint64_t maxBytes = 0,
+        unsigned keep = 0);
 
     // "off", "error", "warning", "info", "debug" (any case); throws
     // std::invalid_argument for anything else.
@@ -44,10 +49,16 @@ public:
     void debug(const std::string& message) { log(LogLevel::Debug, message); }
 
 private:
+    void rotate();
+
     mutable std::mutex _mutex;
     LogLevel _level;
     std::FILE* _file;
     bool _ownsFile;
+    std::string _path;
+    std::uint64_t _maxBytes = 0;
+    unsigned _keep = 0;
+    std::uint64_t _size = 0;
 };
 
 } // namespace cimhost

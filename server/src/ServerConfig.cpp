@@ -54,6 +54,9 @@ CommandLine parseCommandLine(int argc, char** argv)
     app.add_option("--log-file", o.logFile, "log file (default: standard error)");
     app.add_option("--log-level", o.logLevel, "off, error, warning, info or debug")
         ->capture_default_str();
+    app.add_option("--log-max-bytes", o.logMaxBytes,
+        "size at which the log file is turned over (0: never)")->capture_default_str();
+    app.add_option("--log-keep", o.logKeep, "old log files kept")->capture_default_str();
     app.add_option("--workers", o.workerCount, "requests answered at once")
         ->capture_default_str()->check(CLI::Range(1, 1024));
     app.add_option("--host-name", o.hostName, "host name in object paths (default: this machine's)");

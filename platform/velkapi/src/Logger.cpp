@@ -1,8 +1,10 @@
 #include "Logger.h"
 
+#include "RotatingLog.h"
 #include "Settings.h"
 
 #include <chrono>
+#include <cstdio>
 #include <ctime>
 
 namespace velksim {
@@ -15,22 +17,16 @@ Logger& Logger::instance()
 
 Logger::Logger()
 {
+    applySettings();
+}
+
+void Logger::applySettings()
+{
     const Settings s = settingsFromEnvironment();
     level_ = s.logLevel;
     path_ = s.logFile;
-}
-
-Logger::~Logger()
-{
-    closeFile();
-}
-
-void Logger::closeFile()
-{
-    if (fp_)
-        std::fclose(fp_);
-    fp_ = nullptr;
-    openFailed_ = false;
+    maxBytes_ = static_cast<std::uint64_t>(s.logMaxBytes);
+    keep_ = static_cast<unsigned>(s.logKeep);
 }
 
 void Logger::write(int level, const std::string& text)
@@ -40,12 +36,6 @@ void Logger::write(int level, const std::string& text)
         lines_.push_back(LogLine{level, text});
     if (level > level_ || path_.empty())
         return;
-    if (!fp_ && !openFailed_) {
-        fp_ = std::fopen(path_.c_str(), "a");
-        openFailed_ = fp_ == nullptr;
-    }
-    if (!fp_)
-        return;
     const auto now = std::chrono::system_clock::now();
     const std::time_t secs = std::chrono::system_clock::to_time_t(now);
     const long millis = static_cast<long>(
@@ -54,10 +44,14 @@ void Logger::write(int level, const std::string& text)
     gmtime_r(&secs, &tm);
     char stamp[40];
     std::strftime(stamp, sizeof stamp, "%Y-%m-%dT%H:%M:%S", &tm);
-    // One record a call: the text as given, closed by a line feed if it has none.
-    std::fprintf(fp_, "%s.%03ldZ [%d] %s%s", stamp, millis, level, text.c_str(),
-                 !text.empty() && text.back() == '\n' ? "" : "\n");
-    std::fflush(fp_);
+    // One record a call: the text as given, closed by one line feed.
+    char head[64];
+    std::snprintf(head, sizeof head, "%s.%03ldZ [%d] ", stamp, millis, level);
+    std::string line = head + text;
+    if (!line.empty() && line.back() == '\n')
+        line.pop_back();
+    // A log that cannot be written loses the line; the call goes on.
+    RotatingLog(path_, maxBytes_, keep_).append(line, false);
 }
 
 void Logger::setLevel(int level)
@@ -75,7 +69,6 @@ int Logger::level()
 void Logger::setFile(const std::string& path)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    closeFile();
     path_ = path;
 }
 
@@ -102,11 +95,8 @@ std::vector<LogLine> Logger::lines(bool clear)
 
 void Logger::reset()
 {
-    const Settings s = settingsFromEnvironment();
     std::lock_guard<std::mutex> lock(mutex_);
-    closeFile();
-    level_ = s.logLevel;
-    path_ = s.logFile;
+    applySettings();
     capture_ = false;
     lines_.clear();
 }

@@ -1,11 +1,11 @@
-// The controller log behind log_message: a file with a level threshold, and
-// an in-memory capture for tests.
+// The controller log behind log_message: a file with a level threshold,
+// turned over by size, and an in-memory capture for tests.
 #ifndef VELKSIM_LOGGER_H
 #define VELKSIM_LOGGER_H
 
 #include "velkapi_control.hpp"
 
-#include <cstdio>
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -32,14 +32,13 @@ public:
 
 private:
     Logger();
-    ~Logger();
-    void closeFile();
+    void applySettings();
 
     std::mutex mutex_;
     int level_ = 3;
     std::string path_;
-    std::FILE* fp_ = nullptr;
-    bool openFailed_ = false;
+    std::uint64_t maxBytes_ = 0;
+    unsigned keep_ = 0;
     bool capture_ = false;
     std::vector<LogLine> lines_;
 };

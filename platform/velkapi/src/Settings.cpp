@@ -35,6 +35,16 @@ Settings settingsFromEnvironment()
     long v = 0;
     if (env("VELK_LOG_LEVEL") && parseLong(env("VELK_LOG_LEVEL"), &v))
         s.logLevel = static_cast<int>(v);
+    const struct {
+        const char* name;
+        long* value;
+    } sizes[] = {{"VELK_LOG_MAX_BYTES", &s.logMaxBytes},
+                 {"VELK_LOG_KEEP", &s.logKeep},
+                 {"VELK_EVENT_LOG_MAX_BYTES", &s.eventLogMaxBytes},
+                 {"VELK_EVENT_LOG_KEEP", &s.eventLogKeep}};
+    for (const auto& size : sizes)
+        if (env(size.name) && parseLong(env(size.name), &v) && v >= 0)
+            *size.value = v;
     if (env("VELK_SEM_TIMEOUT_MS") && parseLong(env("VELK_SEM_TIMEOUT_MS"), &v))
         s.semTimeoutMs = v;
     return s;

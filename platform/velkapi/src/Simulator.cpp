@@ -2,6 +2,7 @@
 
 #include "AccessSemaphore.h"
 #include "Logger.h"
+#include "RotatingLog.h"
 #include "Settings.h"
 
 #include <nlohmann/json.hpp>
@@ -12,7 +13,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <unistd.h>
 
 namespace velksim {
@@ -100,6 +103,8 @@ Simulator::Simulator()
     const Settings s = settingsFromEnvironment();
     envStateFile_ = s.stateFile;
     eventLog_ = s.eventLog;
+    eventLogMaxBytes_ = static_cast<std::uint64_t>(s.eventLogMaxBytes);
+    eventLogKeep_ = static_cast<unsigned>(s.eventLogKeep);
 }
 
 std::int64_t Simulator::nowLocked() const
@@ -113,6 +118,35 @@ void Simulator::install(ArrayState st, const std::string& path)
     path_ = path;
     loaded_ = true;
     loadError_.clear();
+    removeStaleTemporaries();
+}
+
+void Simulator::removeStaleTemporaries() const
+{
+    if (path_.empty())
+        return;
+    const std::string::size_type slash = path_.rfind('/');
+    const std::string dir = slash == std::string::npos ? "." : path_.substr(0, slash + 1);
+    const std::string prefix = (slash == std::string::npos ? path_ : path_.substr(slash + 1)) + ".tmp.";
+    DIR* d = ::opendir(dir.c_str());
+    if (!d)
+        return;
+    while (const dirent* e = ::readdir(d)) {
+        const std::string name = e->d_name;
+        if (name.compare(0, prefix.size(), prefix) != 0)
+            continue;
+        // <state>.tmp.<pid>: another live process may be writing its own.
+        char* end = nullptr;
+        const long pid = std::strtol(name.c_str() + prefix.size(), &end, 10);
+        if (*end || end == name.c_str() + prefix.size() || pid <= 0)
+            continue;
+        if (pid != ::getpid() && (::kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH))
+            continue;
+        const std::string full = (slash == std::string::npos ? std::string() : dir) + name;
+        if (::unlink(full.c_str()) == 0)
+            Logger::instance().write(3, "velkapi: removed the stale temporary state file " + full + "\n");
+    }
+    ::closedir(d);
 }
 
 void Simulator::loadFile(const std::string& path)
@@ -171,6 +205,8 @@ void Simulator::reset()
         path_.clear();
         envStateFile_ = s.stateFile;
         eventLog_ = s.eventLog;
+        eventLogMaxBytes_ = static_cast<std::uint64_t>(s.eventLogMaxBytes);
+        eventLogKeep_ = static_cast<unsigned>(s.eventLogKeep);
         fixedClock_ = false;
         clock_ = 0;
         faults_.clear();
@@ -199,13 +235,20 @@ std::string Simulator::statePath()
 
 bool Simulator::writeBack(std::string* reason)
 {
+    std::string tmp;
+    return stageState(&tmp, reason) && commitState(tmp, reason);
+}
+
+bool Simulator::stageState(std::string* tmp, std::string* reason)
+{
+    tmp->clear();
     if (path_.empty())
         return true;
     const std::string text = serializeState(state_);
-    const std::string tmp = path_ + ".tmp." + std::to_string(::getpid());
-    const int fd = ::open(tmp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    const std::string name = path_ + ".tmp." + std::to_string(::getpid());
+    const int fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     if (fd < 0) {
-        *reason = tmp + ": " + std::strerror(errno);
+        *reason = name + ": " + std::strerror(errno);
         return false;
     }
     std::size_t done = 0;
@@ -214,24 +257,58 @@ bool Simulator::writeBack(std::string* reason)
         if (n < 0) {
             if (errno == EINTR)
                 continue;
-            *reason = tmp + ": " + std::strerror(errno);
+            *reason = name + ": " + std::strerror(errno);
             ::close(fd);
-            ::unlink(tmp.c_str());
+            ::unlink(name.c_str());
             return false;
         }
         done += static_cast<std::size_t>(n);
     }
     if (::fsync(fd) != 0 || ::close(fd) != 0) {
-        *reason = tmp + ": " + std::strerror(errno);
-        ::unlink(tmp.c_str());
+        *reason = name + ": " + std::strerror(errno);
+        ::unlink(name.c_str());
         return false;
     }
+    *tmp = name;
+    return true;
+}
+
+bool Simulator::commitState(const std::string& tmp, std::string* reason)
+{
+    if (tmp.empty())
+        return true;
     if (::rename(tmp.c_str(), path_.c_str()) != 0) {
         *reason = path_ + ": " + std::strerror(errno);
         ::unlink(tmp.c_str());
         return false;
     }
     return true;
+}
+
+api_Status_t Simulator::commitChange(api_evtparam_t* eventp, int cbCode, const char* action,
+                                     const std::vector<std::uint32_t>& ids, const std::function<void()>& undo)
+{
+    // The event line is written and synced after the new state is staged
+    // and before the rename makes it the array's state. Whenever the process
+    // dies, the state file holds either the old state, or the new one with
+    // its line already in the event log: a change never lacks its line.
+    // Killed between the two, the log holds a line for a change that did not
+    // happen, which an audit can tell from the state; a missing line it could
+    // not tell at all.
+    std::string tmp, reason;
+    if (stageState(&tmp, &reason)) {
+        const api_Status_t done = okStatus();
+        recordEvent(eventp, cbCode, action, ids, done);
+        if (commitState(tmp, &reason))
+            return done;
+        // The line just written announced the change: a second line says
+        // that it did not happen after all.
+    }
+    undo();
+    const api_Status_t st = errStatus(API_ERR_IO, "The array state could not be written: " + reason);
+    Logger::instance().write(2, "velkapi: " + field(st.parms, sizeof st.parms) + "\n");
+    recordEvent(eventp, cbCode, action, ids, st);
+    return st;
 }
 
 void Simulator::setClock(std::int64_t t)
@@ -346,13 +423,7 @@ void Simulator::recordEvent(api_evtparam_t* eventp, int cbCode, const char* acti
                               {"code", ev.code}, {"result", ev.result}};
     ev.line = j.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
     if (!eventLog_.empty()) {
-        const int fd = ::open(eventLog_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-        bool ok = fd >= 0;
-        if (ok) {
-            const std::string line = ev.line + "\n";
-            ok = ::write(fd, line.data(), line.size()) == static_cast<ssize_t>(line.size());
-            ::close(fd);
-        }
+        const bool ok = RotatingLog(eventLog_, eventLogMaxBytes_, eventLogKeep_).append(ev.line, true);
         // Reported once per file, not on every event.
         if (!ok && eventLogFailed_ != eventLog_) {
             eventLogFailed_ = eventLog_;
@@ -499,14 +570,7 @@ api_Status_t Simulator::cancelTask(api_evtparam_t* eventp, std::uint32_t id)
         task->lastUpdate = t;
         task->error = 0;
         task->errorText.clear();
-        std::string reason;
-        if (writeBack(&reason)) {
-            st = okStatus();
-        } else {
-            *task = before;
-            st = errStatus(API_ERR_IO, "The array state could not be written: " + reason);
-            Logger::instance().write(2, "velkapi: " + field(st.parms, sizeof st.parms) + "\n");
-        }
+        return commitChange(eventp, API_EVT_TASK_CANCEL, "cancel", {id}, [&] { *task = before; });
     }
     recordEvent(eventp, API_EVT_TASK_CANCEL, "cancel", {id}, st);
     return st;
@@ -548,12 +612,8 @@ api_Status_t Simulator::removeTasks(api_evtparam_t* eventp, const std::uint32_t*
                                               return std::find(list.begin(), list.end(), task.id) != list.end();
                                           }),
                            state_.tasks.end());
-        std::string reason;
-        if (!writeBack(&reason)) {
-            state_.tasks = before;
-            st = errStatus(API_ERR_IO, "The array state could not be written: " + reason);
-            Logger::instance().write(2, "velkapi: " + field(st.parms, sizeof st.parms) + "\n");
-        }
+        return commitChange(eventp, API_EVT_TASK_REMOVE, "remove", list,
+                            [&] { state_.tasks = before; });
     }
     recordEvent(eventp, API_EVT_TASK_REMOVE, "remove", list, st);
     return st;

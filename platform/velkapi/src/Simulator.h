@@ -7,6 +7,7 @@
 #include "velkapi_control.hpp"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -72,6 +73,18 @@ private:
     void install(ArrayState st, const std::string& path);
     // Writes the state back; false (with the reason) when it failed.
     bool writeBack(std::string* reason);
+    // The two halves of writeBack: the state into a synced temporary file
+    // beside the state file (*tmp; empty when there is no state file), then
+    // that file renamed over the state file.
+    bool stageState(std::string* tmp, std::string* reason);
+    bool commitState(const std::string& tmp, std::string* reason);
+    // Makes the change just made to state_ durable and records it in the
+    // event log; on failure `undo` restores state_ and the call fails with
+    // API_ERR_IO.
+    api_Status_t commitChange(api_evtparam_t* eventp, int cbCode, const char* action,
+                              const std::vector<std::uint32_t>& ids, const std::function<void()>& undo);
+    // Removes temporary state files that a killed process left behind.
+    void removeStaleTemporaries() const;
     void recordEvent(api_evtparam_t* eventp, int cbCode, const char* action, const std::vector<std::uint32_t>& ids,
                      const api_Status_t& status);
     Task* findTask(std::uint32_t id);
@@ -86,6 +99,8 @@ private:
     std::int64_t clock_ = 0;
     std::map<std::string, Fault> faults_;
     std::string eventLog_;
+    std::uint64_t eventLogMaxBytes_ = 0;
+    unsigned eventLogKeep_ = 0;
     std::string eventLogFailed_;   // event log whose failure was reported
     bool capture_ = false;
     std::vector<EventRecord> events_;

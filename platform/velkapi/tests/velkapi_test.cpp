@@ -573,6 +573,77 @@ TEST_F(Velkapi, LogMessageThresholdAndCapture)
     EXPECT_EQ(velksim::takeLogLines().at(0).text, longText);
 }
 
+// The lines of a log and its turned-over files, oldest first; every file
+// within the limit and no more old files than kept.
+std::vector<std::string> rotatedLines(const fs::path& log, std::size_t maxBytes, unsigned keep)
+{
+    std::vector<std::string> out;
+    EXPECT_FALSE(fs::exists(log.string() + "." + std::to_string(keep + 1))) << log;
+    for (unsigned i = keep + 1; i-- > 0;) {
+        const fs::path f = i ? fs::path(log.string() + "." + std::to_string(i)) : log;
+        if (!fs::exists(f))
+            continue;
+        const std::string text = readAll(f);
+        EXPECT_LE(text.size(), maxBytes) << f;
+        EXPECT_TRUE(!text.empty() && text.back() == '\n') << f << " ends in the middle of a line";
+        std::istringstream in(text);
+        for (std::string line; std::getline(in, line);)
+            out.push_back(line);
+    }
+    return out;
+}
+
+TEST_F(Velkapi, EventLogAndLogTurnOverBySizeWithoutLosingOrSplittingLines)
+{
+    struct Case {
+        const char* name;
+        unsigned keep;
+        int calls;
+        std::size_t expectLines;   // what the kept files still hold
+    };
+    // Enough old files for everything, then fewer: the oldest files go,
+    // whole.
+    for (const Case c : {Case{"keep all", 60, 150, 150}, Case{"keep two", 2, 150, 0}}) {
+        SCOPED_TRACE(c.name);
+        ::setenv("VELK_EVENT_LOG_MAX_BYTES", "2000", 1);
+        ::setenv("VELK_EVENT_LOG_KEEP", std::to_string(c.keep).c_str(), 1);
+        ::setenv("VELK_LOG_MAX_BYTES", "1500", 1);
+        ::setenv("VELK_LOG_KEEP", std::to_string(c.keep).c_str(), 1);
+        fs::remove_all(dir);
+        fs::create_directories(dir);
+        velksim::reset();
+        velksim::setEventLogFile(eventPath.string());
+        velksim::setLogFile(logPath.string());
+        velksim::loadStateJson(baseState().dump(), statePath.string());
+        for (int i = 0; i < c.calls; i++) {
+            api_cancelTask(nullptr, 9000 + i);   // refused, but recorded
+            log_message(2, "line %d of the controller log\n", i);
+        }
+        for (const char* name : {"VELK_EVENT_LOG_MAX_BYTES", "VELK_EVENT_LOG_KEEP", "VELK_LOG_MAX_BYTES",
+                                 "VELK_LOG_KEEP"})
+            ::unsetenv(name);
+
+        const std::vector<std::string> events = rotatedLines(eventPath, 2000, c.keep);
+        const std::vector<std::string> logs = rotatedLines(logPath, 1500, c.keep);
+        EXPECT_TRUE(fs::exists(eventPath.string() + ".2"));
+        EXPECT_TRUE(fs::exists(logPath.string() + ".2"));
+        if (c.expectLines) {
+            ASSERT_EQ(events.size(), c.expectLines);
+            ASSERT_EQ(logs.size(), c.expectLines);
+        }
+        // The newest lines are all there, in order, each one whole.
+        ASSERT_FALSE(events.empty());
+        const int first = c.calls - static_cast<int>(events.size());
+        for (std::size_t i = 0; i < events.size(); i++)
+            EXPECT_EQ(nlohmann::json::parse(events[i])["tasks"][0], 9000 + first + static_cast<int>(i)) << events[i];
+        const int firstLog = c.calls - static_cast<int>(logs.size());
+        for (std::size_t i = 0; i < logs.size(); i++)
+            EXPECT_NE(logs[i].find("[2] line " + std::to_string(firstLog + static_cast<int>(i)) + " of the controller log"),
+                      std::string::npos)
+                << logs[i];
+    }
+}
+
 TEST_F(Velkapi, StatusRecords)
 {
     api_Status_t st;

@@ -12,6 +12,7 @@
 #include <Pegasus/Internal/CIMOperations.h>
 
 #include <memory>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -78,6 +79,11 @@ struct ServerOptions
     // "warning", "info", "debug"; "off" disables logging.
     std::string logFile;
     std::string logLevel = "warning";
+    // A log file that a line would take past logMaxBytes becomes <file>.1
+    // (older ones <file>.2 ... <file>.<logKeep>, the oldest dropped) and the
+    // line starts a new file. 0: no limit.
+    std::uint64_t logMaxBytes = 10u * 1024u * 1024u;
+    unsigned logKeep = 5;
 
     // Largest request body accepted, in bytes.
     size_t maxRequestBytes = 32u * 1024u * 1024u;
