@@ -56,12 +56,16 @@ if(NOT rc EQUAL 0 OR NOT out MATCHES "Provider modules built against OpenPegasus
 endif()
 file(READ "${WORK}/build-ok/build.ninja" ninja)
 foreach(target VELK_JobProvider VELK_InternalCacheProvider VELK_ServiceProvider
-               VELK_StorageVolumeProvider VELK_InternalCacheService velkapi)
+               VELK_StorageVolumeProvider VELK_AffectedJobElementProvider VELK_InternalCacheService
+               velkapi)
   if(NOT ninja MATCHES "lib${target}\\.so")
     message(FATAL_ERROR "lib${target}.so is not built against OpenPegasus")
   endif()
 endforeach()
 if(ninja MATCHES "bin/cimhost")
   message(FATAL_ERROR "cimhost is built against OpenPegasus: it needs compat/")
+endif()
+if(ninja MATCHES "libVELK_InteropProvider")
+  message(FATAL_ERROR "the interop provider is built against OpenPegasus, which has its own")
 endif()
 file(REMOVE_RECURSE "${WORK}")
