@@ -28,7 +28,8 @@ namespace
 const char* const STATE = R"({
   "system": {"name": "ArrayOne", "host_name": "ctl1.example.test"},
   "users": [{"name": "root", "role": "super", "cim_access": true},
-            {"name": "storageadmin", "role": "super", "cim_access": true}],
+            {"name": "storageadmin", "role": "super", "cim_access": true},
+            {"name": "nocim", "role": "super", "cim_access": false}],
   "tasks": [
     {"id": 1001, "type": "TASK_VVCOPY", "name": "src1->copy1", "user": "root", "phases": ["copy"],
      "step_max": 100, "start": "now", "duration": 30}
@@ -49,6 +50,15 @@ protected:
         e2e::DemoServer::Options options;
         options.stateTemplate = _stateDir + "/array.json";
         server.reset(new e2e::DemoServer(options));
+        // Users cimhost knows but the array refuses: one it does not know,
+        // one without CIM access.
+        for (const char* user : {"stranger", "nocim"})
+        {
+            e2e::Result added = e2e::run({VELK_BIN_DIR "/cimhost", "passwd", "add", user,
+                "--password-file", server->dir() + "/cimhost.passwd"},
+                server->options().password + "\n");
+            ASSERT_EQ(0, added.status) << added.out;
+        }
         server->start();
         client.connect("127.0.0.1", server->port(), server->options().user.c_str(),
             server->options().password.c_str());
@@ -122,6 +132,55 @@ TEST_F(VelkjobsIndications, SigtermRemovesTheSubscription)
     ASSERT_EQ(pid, ::waitpid(pid, &status, 0));
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
     EXPECT_EQ(0u, subscriptionObjects());
+}
+
+TEST_F(VelkjobsIndications, UsersTheArrayRefusesCannotSubscribe)
+{
+    const char* const queries[] = {
+        "SELECT * FROM CIM_InstModification WHERE SourceInstance ISA VELK_ConcreteJob",
+        "SELECT * FROM CIM_InstIndication",
+    };
+    int n = 0;
+    for (const char* user : {"stranger", "nocim"})
+    {
+        CIMClient refused;
+        refused.connect("127.0.0.1", server->port(), user, server->options().password.c_str());
+        for (const char* query : queries)
+        {
+            SCOPED_TRACE(std::string(user) + ": " + query);
+            const String name = String(("refused" + std::to_string(n++)).c_str());
+            CIMInstance f(CIMName("CIM_IndicationFilter"));
+            f.addProperty(CIMProperty(CIMName("Name"), CIMValue(name)));
+            f.addProperty(CIMProperty(CIMName("Query"), CIMValue(String(query))));
+            f.addProperty(CIMProperty(CIMName("QueryLanguage"), CIMValue(String("WQL"))));
+            f.addProperty(CIMProperty(CIMName("SourceNamespace"), CIMValue(String("root/velk"))));
+            CIMObjectPath filter = refused.createInstance(INTEROP, f);
+            CIMInstance d(CIMName("CIM_ListenerDestinationCIMXML"));
+            d.addProperty(CIMProperty(CIMName("Name"), CIMValue(name)));
+            d.addProperty(CIMProperty(CIMName("Destination"),
+                CIMValue(String("http://127.0.0.1:9/"))));
+            CIMObjectPath handler = refused.createInstance(INTEROP, d);
+            CIMInstance s(CIMName("CIM_IndicationSubscription"));
+            s.addProperty(CIMProperty(CIMName("Filter"), CIMValue(filter)));
+            s.addProperty(CIMProperty(CIMName("Handler"), CIMValue(handler)));
+            try
+            {
+                refused.createInstance(INTEROP, s);
+                ADD_FAILURE() << "subscription accepted";
+            }
+            catch (const CIMException& e)
+            {
+                EXPECT_EQ(CIM_ERR_ACCESS_DENIED, e.getCode());
+                EXPECT_EQ("CIM_ERR_ACCESS_DENIED: Insufficient privilege for the user",
+                    std::string(e.getMessage().getCString()));
+            }
+            EXPECT_EQ(0u,
+                client.enumerateInstanceNames(INTEROP, CIMName("CIM_IndicationSubscription")).size());
+            // The same filter and handler are the array user's to join.
+            CIMObjectPath joined = client.createInstance(INTEROP, s);
+            client.deleteInstance(INTEROP, joined);
+        }
+    }
 }
 
 } // namespace

@@ -24,6 +24,7 @@ const CIMName FILTER_CLASS("CIM_IndicationFilter");
 const CIMName DESTINATION_CLASS("CIM_ListenerDestinationCIMXML");
 const CIMName SUBSCRIPTION_CLASS("CIM_IndicationSubscription");
 const CIMName INDICATION_CLASS("CIM_Indication");
+const CIMName MANAGED_ELEMENT_CLASS("CIM_ManagedElement");
 
 std::string narrow(const String& s)
 {
@@ -304,12 +305,60 @@ std::string IndicationService::referenceKey(const CIMNamespaceName& nameSpace,
     return pathKey(_repository, nameSpace, path);
 }
 
-CIMObjectPath IndicationService::createInstance(const CIMNamespaceName& nameSpace,
-    const CIMInstance& newInstance)
+std::vector<std::pair<CIMNamespaceName, CIMName>> IndicationService::sourcesOf(
+    const Filter& filter) const
 {
+    std::vector<std::pair<CIMNamespaceName, CIMName>> sources;
+    std::vector<CIMName> classes = filter.query->sourceClasses();
+    if (!classes.empty())
+    {
+        for (const CIMNamespaceName& sn : filter.sourceNamespaces)
+            for (const CIMName& c : classes)
+                sources.emplace_back(sn, c);
+        return sources;
+    }
+    // No class named: whatever the selected providers raise, in the
+    // namespaces they raise it for.
+    std::set<std::string> seen;
+    for (const ProviderCapability* cap : providersFor(filter))
+        for (const CIMNamespaceName& ns : cap->namespaces)
+            if (std::find(filter.sourceNamespaces.begin(), filter.sourceNamespaces.end(), ns) !=
+                    filter.sourceNamespaces.end() &&
+                seen.insert(lower(ns.getString())).second)
+                sources.emplace_back(ns, MANAGED_ELEMENT_CLASS);
+    return sources;
+}
+
+CIMObjectPath IndicationService::createInstance(const CIMNamespaceName& nameSpace,
+    const CIMInstance& newInstance, const ReadCheck& mayRead)
+{
+    std::vector<std::pair<CIMNamespaceName, CIMName>> sources;
+    std::shared_ptr<const WqlQuery> checked;
+    std::string filterKey;
+    if (newInstance.getClassName().equal(SUBSCRIPTION_CLASS))
+    {
+        std::lock_guard<std::mutex> lock(_mutex);
+        filterKey = referenceKey(nameSpace, newInstance, "Filter");
+        auto f = _filters.find(filterKey);
+        if (f != _filters.end())
+        {
+            sources = sourcesOf(f->second);
+            checked = f->second.query;
+        }
+    }
+    // Read as the user, without the lock: the read calls providers.
+    for (const auto& source : sources)
+        mayRead(source.first, source.second);
+
     std::lock_guard<std::mutex> lock(_mutex);
     if (_stopped)
         refuse(CIM_ERR_SERVER_IS_SHUTTING_DOWN, "the server is shutting down");
+    if (checked)
+    {
+        auto f = _filters.find(filterKey);
+        if (f != _filters.end() && f->second.query != checked)
+            refuse(CIM_ERR_FAILED, "the filter of the subscription changed; try again");
+    }
     return addLocked(nameSpace, newInstance, true);
 }
 

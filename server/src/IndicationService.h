@@ -8,7 +8,11 @@
 //   (SourceNamespaces, else SourceNamespace, else the filter's namespace).
 // - A destination needs an http or https Destination URL.
 // - A subscription needs an existing Filter and Handler. Filters and
-//   destinations that a subscription names cannot be deleted.
+//   destinations that a subscription names cannot be deleted. The creating
+//   user must be able to read the class the filter's indications carry (the
+//   `SourceInstance ISA` classes, else CIM_ManagedElement in the namespaces
+//   of the indication providers the filter selects): the check's error
+//   refuses the subscription.
 // - System keys left empty are filled: SystemCreationClassName
 //   "CIM_ComputerSystem", SystemName the server's host name,
 //   CreationClassName the instance's class.
@@ -32,10 +36,12 @@
 #include <Pegasus/Common/OperationContext.h>
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace cimhost
@@ -65,8 +71,15 @@ public:
     // Whether instance operations on this class are the service's.
     static bool handles(const Pegasus::CIMName& className);
 
+    // Reads instance names of a class in a namespace as the requesting user;
+    // throws what that read throws.
+    typedef std::function<void(const Pegasus::CIMNamespaceName& nameSpace,
+        const Pegasus::CIMName& className)> ReadCheck;
+
+    // A subscription is created only when `mayRead` accepts every class its
+    // filter's indications carry.
     Pegasus::CIMObjectPath createInstance(const Pegasus::CIMNamespaceName& nameSpace,
-        const Pegasus::CIMInstance& newInstance);
+        const Pegasus::CIMInstance& newInstance, const ReadCheck& mayRead);
     void deleteInstance(const Pegasus::CIMNamespaceName& nameSpace,
         const Pegasus::CIMObjectPath& instanceName);
 
@@ -113,6 +126,10 @@ private:
     Pegasus::CIMInstance withSystemKeys(const Pegasus::CIMInstance& instance) const;
     Filter checkFilter(const Pegasus::CIMNamespaceName& nameSpace,
         const Pegasus::CIMInstance& instance) const;
+    // The (namespace, class) pairs a subscription's creator must be able to
+    // read to receive the filter's indications.
+    std::vector<std::pair<Pegasus::CIMNamespaceName, Pegasus::CIMName>> sourcesOf(
+        const Filter& filter) const;
     std::string referenceKey(const Pegasus::CIMNamespaceName& nameSpace,
         const Pegasus::CIMInstance& instance, const char* property) const;
     void saveLocked();

@@ -726,7 +726,10 @@ CIMObjectPath Router::createInstance(const OperationContext& context,
     const ProviderCapability* cap =
         _registry.find(nameSpace, className, PROVIDER_TYPE_INSTANCE);
     if (!cap && _indications && IndicationService::handles(className))
-        return _indications->createInstance(nameSpace, newInstance);
+        return _indications->createInstance(nameSpace, newInstance,
+            [&](const CIMNamespaceName& ns, const CIMName& cls) {
+                enumerateInstanceNames(context, ns, cls, [](const CIMObjectPath&) {});
+            });
     if (!cap)
     {
         requireAdministrator(context, "CreateInstance");

@@ -549,6 +549,34 @@ WqlQuery WqlQuery::parse(const std::string& text)
     return q;
 }
 
+namespace
+{
+
+void collectSourceClasses(const Node* n, std::vector<CIMName>& out)
+{
+    if (!n)
+        return;
+    if (n->kind == Node::IsA && equalNoCase(n->a.path[0], "SourceInstance"))
+    {
+        for (const CIMName& c : out)
+            if (c.equal(n->className))
+                return;
+        out.push_back(n->className);
+        return;
+    }
+    collectSourceClasses(n->left.get(), out);
+    collectSourceClasses(n->right.get(), out);
+}
+
+} // namespace
+
+std::vector<CIMName> WqlQuery::sourceClasses() const
+{
+    std::vector<CIMName> out;
+    collectSourceClasses(_where.get(), out);
+    return out;
+}
+
 bool WqlQuery::matches(const CIMInstance& indication, const IsA& isA) const
 {
     return !_where || evaluate(*_where, indication, isA);

@@ -21,6 +21,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace cimhost
 {
@@ -36,6 +37,10 @@ public:
 
     // The class after FROM.
     const Pegasus::CIMName& fromClass() const { return _from; }
+
+    // The classes the WHERE condition names in `SourceInstance ISA <class>`,
+    // each once, in the order they appear.
+    std::vector<Pegasus::CIMName> sourceClasses() const;
 
     // Whether the indication satisfies the WHERE condition (true without
     // one). A comparison with a missing or null value is false.
