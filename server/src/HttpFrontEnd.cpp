@@ -1,4 +1,6 @@
 #include "HttpFrontEnd.h"
+#include "BufferedAnswerBody.h"
+#include "ChunkedAnswerBody.h"
 #include "CimHttpServer.h"
 #include "Logger.h"
 #include "PasswordFile.h"
@@ -15,6 +17,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <chrono>
+#include <malloc.h>
+#include <memory>
 #include <stdexcept>
 #include <unistd.h>
 
@@ -40,19 +44,6 @@ bool iequalsPrefix(const std::string& text, const std::string& prefix)
             std::tolower(static_cast<unsigned char>(prefix[i])))
             return false;
     return true;
-}
-
-// The CIM status code of an answer that carries an ERROR element, or 0.
-int errorCode(const std::string& body)
-{
-    // The ERROR element comes right after the response element's start tag.
-    size_t pos = std::string(body, 0, std::min<size_t>(body.size(), 1024)).find("<ERROR ");
-    if (pos == std::string::npos || pos > 1024)
-        return 0;
-    pos = body.find("CODE=\"", pos);
-    if (pos == std::string::npos)
-        return 0;
-    return std::atoi(body.c_str() + pos + 6);
 }
 
 std::string headerValue(const httplib::Request& req, const char* name)
@@ -312,41 +303,127 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
     for (const auto& h : req.headers)
         headers.emplace_back(h.first, h.second);
 
-    CimXmlHttpResponse answer;
-    {
-        RequestSlots::Hold slot(_slots);
-        answer = _processor.process(method, headers, req.body, context);
-    }
+    // What the log line of this request needs once the answer is out.
+    auto state = std::make_shared<Answer>();
+    state->started = started;
+    state->prefix = ip + " user \"" + logText(user) + "\" " + method + " " +
+        logText(headerValue(req, "CIMMethod")) + " " + logText(headerValue(req, "CIMObject")) +
+        " -> ";
+    state->context = std::move(context);
+    std::unique_ptr<RequestSlots::Hold> slot(new RequestSlots::Hold(_slots));
+    CimXmlHttpResponse answer = _processor.prepare(method, headers, req.body, state->call);
 
     res.status = static_cast<int>(answer.status);
     std::string contentType;
+    std::string fieldPrefix;
     for (const auto& h : answer.headers)
     {
         if (iequalsPrefix(h.first, "Content-Type") && h.first.size() == 12)
             contentType = h.second;
         else
             res.set_header(h.first.c_str(), h.second);
+        if (h.first.size() == 15 && h.first.compare(2, 13, "-CIMOperation") == 0)
+            fieldPrefix = h.first.substr(0, 3);
     }
-    int code = answer.status == 200 ? errorCode(answer.body) : 0;
-    if (!answer.body.empty() || !contentType.empty())
+    if (answer.status != 200)
     {
-        res.set_header("Content-Type", contentType.empty() ? "application/xml" : contentType);
-        res.body = std::move(answer.body);
+        if (!contentType.empty())
+            res.set_header("Content-Type", contentType);
+        logAnswer(*state, answer.status, 0, answer.header("CIMError"));
+        return;
+    }
+    if (contentType.empty())
+        contentType = "application/xml";
+
+    if (state->call.manyObjects() && req.version == "HTTP/1.1" && acceptsTrailers(req))
+    {
+        // Sent while it is produced; the chunk framing and the trailer are
+        // written here, the library passes the bytes through.
+        res.set_header("Transfer-Encoding", "chunked");
+        res.set_header("Trailer", fieldPrefix + "CIMStatusCode, " + fieldPrefix +
+            "CIMStatusCodeDescription");
+        // The request holds its slot again while the answer is produced.
+        slot.reset();
+        res.set_content_provider(contentType,
+            [this, state, fieldPrefix](size_t, httplib::DataSink& sink) {
+                RequestSlots::Hold running(_slots);
+                ChunkedAnswerBody body(
+                    [&sink](const char* data, size_t size) { return sink.write(data, size); },
+                    fieldPrefix);
+                Uint32 code = _processor.run(state->call, state->context, body);
+                state->call = CimXmlRequestProcessor::Call();
+                sink.done();
+                logAnswer(*state, 200, code, std::string());
+                if (body.bytes() >= TRIM_AFTER_BYTES)
+                    returnFreeMemory();
+                return body.ok();
+            });
+        return;
     }
 
+    auto body = std::make_shared<BufferedAnswerBody>();
+    Uint32 code = _processor.run(state->call, state->context, *body);
+    slot.reset();
+    state->call = CimXmlRequestProcessor::Call();
+    logAnswer(*state, 200, code, std::string());
+    size_t size = body->size();
+    if (size < BufferedAnswerBody::BLOCK_BYTES)
+    {
+        res.set_content(body->text(), contentType.c_str());
+        return;
+    }
+    res.set_content_provider(size, contentType,
+        [body](size_t offset, size_t length, httplib::DataSink& sink) {
+            const char* data = nullptr;
+            size_t n = body->read(offset, data, length);
+            return n > 0 && sink.write(data, n);
+        },
+        [body, size](bool) {
+            body->discard();
+            if (size >= TRIM_AFTER_BYTES)
+                returnFreeMemory();
+        });
+}
+
+bool HttpFrontEnd::acceptsTrailers(const httplib::Request& req)
+{
+    std::string te = headerValue(req, "TE");
+    for (char& c : te)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    size_t pos = 0;
+    while (pos < te.size())
+    {
+        size_t end = te.find(',', pos);
+        if (end == std::string::npos)
+            end = te.size();
+        std::string token = te.substr(pos, end - pos);
+        token = token.substr(0, token.find(';'));
+        token.erase(0, token.find_first_not_of(" \t"));
+        token.erase(token.find_last_not_of(" \t") + 1);
+        if (token == "trailers" || token == "chunked")
+            return true;
+        pos = end + 1;
+    }
+    return false;
+}
+
+void HttpFrontEnd::returnFreeMemory()
+{
+    ::malloc_trim(0);
+}
+
+void HttpFrontEnd::logAnswer(const Answer& answer, Uint32 status, Uint32 code,
+    const std::string& cimError)
+{
     long ms = static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(
-        std::chrono::steady_clock::now() - started).count());
-    std::string line = ip + " user \"" + logText(user) + "\" " + method + " " +
-        logText(headerValue(req, "CIMMethod")) + " " + logText(headerValue(req, "CIMObject")) +
-        " -> " +
-        std::to_string(answer.status);
+        std::chrono::steady_clock::now() - answer.started).count());
+    std::string line = answer.prefix + std::to_string(status);
     if (code)
         line += " CIM error " + std::to_string(code);
-    std::string cimError = answer.header("CIMError");
     if (!cimError.empty())
         line += " CIMError " + cimError;
     line += " (" + std::to_string(ms) + " ms)";
-    if (answer.status != 200 || code)
+    if (status != 200 || code)
         _logger.warning(line);
     else
         _logger.info(line);

@@ -16,7 +16,9 @@
 #include "RequestSlots.h"
 
 #include <CimXml/CimXmlRequestProcessor.h>
+#include <Pegasus/Common/OperationContext.h>
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <thread>
@@ -72,6 +74,23 @@ public:
         std::string& password);
 
 private:
+    // An answer in progress: what its run and its log line need.
+    struct Answer
+    {
+        std::chrono::steady_clock::time_point started;
+        std::string prefix;  // the log line up to the status
+        Pegasus::OperationContext context;
+        Pegasus::CimXmlRequestProcessor::Call call;
+    };
+
+    // Memory freed by an answer this large goes back to the system.
+    static constexpr size_t TRIM_AFTER_BYTES = 4 * 1024 * 1024;
+
+    // Whether the client takes a chunked answer with trailer fields.
+    static bool acceptsTrailers(const httplib::Request& req);
+    static void returnFreeMemory();
+    void logAnswer(const Answer& answer, Pegasus::Uint32 status, Pegasus::Uint32 code,
+        const std::string& cimError);
     void configure(CimHttpServer& server, Transport transport);
     bool checkHeaders(const httplib::Request& req, httplib::Response& res, Transport transport);
     void handle(const httplib::Request& req, httplib::Response& res);

@@ -566,6 +566,23 @@ CIMInstance Router::getInstance(const OperationContext& context,
     return results[0];
 }
 
+void Router::enumerateInstancesTo(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMName& className,
+    Boolean deepInheritance, Boolean, Boolean includeQualifiers,
+    Boolean includeClassOrigin, const CIMPropertyList& propertyList, CIMResultSink& sink)
+{
+    enumerateInstances(context, nameSpace, className, deepInheritance, includeQualifiers,
+        includeClassOrigin, propertyList,
+        [&sink](const CIMInstance& instance) { sink.instance(instance); });
+}
+
+void Router::enumerateInstanceNamesTo(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMName& className, CIMResultSink& sink)
+{
+    enumerateInstanceNames(context, nameSpace, className,
+        [&sink](const CIMObjectPath& path) { sink.path(path); });
+}
+
 Array<CIMInstance> Router::enumerateInstances(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMName& className,
     Boolean deepInheritance, Boolean, Boolean includeQualifiers,

@@ -133,6 +133,15 @@ public:
         const Pegasus::OperationContext& context,
         const Pegasus::CIMNamespaceName& nameSpace,
         const Pegasus::CIMName& className) override;
+    void enumerateInstancesTo(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& className,
+        Pegasus::Boolean deepInheritance, Pegasus::Boolean localOnly,
+        Pegasus::Boolean includeQualifiers, Pegasus::Boolean includeClassOrigin,
+        const Pegasus::CIMPropertyList& propertyList,
+        Pegasus::CIMResultSink& sink) override;
+    void enumerateInstanceNamesTo(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& className,
+        Pegasus::CIMResultSink& sink) override;
     Pegasus::CIMObjectPath createInstance(const Pegasus::OperationContext& context,
         const Pegasus::CIMNamespaceName& nameSpace,
         const Pegasus::CIMInstance& newInstance) override;

@@ -1,7 +1,9 @@
 // The HTTP side of cimhost: authentication, the local socket's trust of the
-// peer's uid, HTTP-level errors, slow clients, M-POST and keep-alive.
+// peer's uid, HTTP-level errors, slow clients, M-POST and keep-alive, and
+// chunked answers with trailers.
 #include "PasswordFile.h"
 #include "TestServer.h"
+#include "support/HttpConnection.h"
 
 #include <httplib.h>
 #include <openssl/evp.h>
@@ -558,6 +560,107 @@ TEST_F(HttpTest, ClientTextsAreEscapedInLogLines)
         EXPECT_NE(std::string::npos, refused[i].find(std::string(" 127.0.0.1 ") +
             cases[i].logged + " POST EnumerateInstanceNames -> 401 authentication failed"))
             << refused[i];
+}
+
+std::string enumerateCall(const char* method, const char* className)
+{
+    return std::string("<?xml version=\"1.0\" encoding=\"utf-8\" ?>"
+        "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"4713\" PROTOCOLVERSION=\"1.0\">"
+        "<SIMPLEREQ><IMETHODCALL NAME=\"") + method + "\"><LOCALNAMESPACEPATH>"
+        "<NAMESPACE NAME=\"root\"/><NAMESPACE NAME=\"test\"/></LOCALNAMESPACEPATH>"
+        "<IPARAMVALUE NAME=\"ClassName\"><CLASSNAME NAME=\"" + className + "\"/></IPARAMVALUE>"
+        "</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>";
+}
+
+size_t occurrences(const std::string& text, const std::string& what)
+{
+    size_t n = 0;
+    for (size_t pos = text.find(what); pos != std::string::npos; pos = text.find(what, pos + 1))
+        n++;
+    return n;
+}
+
+// Large enumerations: chunked with "TE: trailers", Content-Length without,
+// the same document either way.
+TEST_F(HttpTest, LargeAnswersAreChunkedOnlyForClientsThatAcceptTrailers)
+{
+    cimhost::PasswordFile(tmp + "/passwd").setPassword("many", "pw");
+    struct Case
+    {
+        const char* method;
+        const char* element;
+        size_t count;
+    };
+    for (const Case& c : {Case{"EnumerateInstances", "<VALUE.NAMEDINSTANCE>", 3000},
+             Case{"EnumerateInstanceNames", "<INSTANCENAME ", 250}})
+    {
+        SCOPED_TRACE(c.method);
+        e2e::HttpConnection conn(port);
+        e2e::HttpAnswer chunked;
+        e2e::HttpAnswer whole;
+        std::string body = enumerateCall(c.method, "Test_Chunk");
+        ASSERT_TRUE(conn.roundTrip(e2e::HttpConnection::cimRequest(c.method, "root%2Ftest",
+            body, "many", "pw", true), chunked));
+        ASSERT_TRUE(conn.roundTrip(e2e::HttpConnection::cimRequest(c.method, "root%2Ftest",
+            body, "many", "pw", false), whole));
+
+        EXPECT_EQ(200, chunked.status);
+        EXPECT_TRUE(chunked.chunked);
+        EXPECT_EQ("", chunked.header("Content-Length"));
+        EXPECT_EQ("", chunked.trailer("CIMStatusCode"));
+        EXPECT_EQ(200, whole.status);
+        EXPECT_FALSE(whole.chunked);
+        EXPECT_EQ(std::to_string(whole.body.size()), whole.header("Content-Length"));
+        EXPECT_EQ("MethodResponse", whole.header("CIMOperation"));
+        EXPECT_EQ(whole.body, chunked.body);
+        EXPECT_EQ(c.count, occurrences(chunked.body, c.element));
+        if (std::string(c.method) == "EnumerateInstances")
+        {
+            EXPECT_GT(chunked.chunks, 1u);
+        }
+    }
+}
+
+// A failure after the first chunk left: the document is finished without
+// an ERROR element and the CIM status travels in the trailer. Before any
+// chunk left, or without "TE: trailers", the ERROR element replaces the
+// result as always.
+TEST_F(HttpTest, FailureAfterTheFirstChunkArrivesInTheTrailer)
+{
+    cimhost::PasswordFile(tmp + "/passwd").setPassword("manyfail", "pw");
+    cimhost::PasswordFile(tmp + "/passwd").setPassword("throwafter", "pw");
+    std::string body = enumerateCall("EnumerateInstances", "Test_Chunk");
+    e2e::HttpConnection conn(port);
+    e2e::HttpAnswer late;
+    ASSERT_TRUE(conn.roundTrip(e2e::HttpConnection::cimRequest("EnumerateInstances",
+        "root%2Ftest", body, "manyfail", "pw", true), late));
+    EXPECT_EQ(200, late.status);
+    ASSERT_TRUE(late.chunked);
+    EXPECT_GT(late.chunks, 1u);
+    EXPECT_EQ("CIMStatusCode, CIMStatusCodeDescription", late.header("Trailer"));
+    EXPECT_EQ("1", late.trailer("CIMStatusCode"));
+    EXPECT_EQ("CIM_ERR_FAILED%3A%20the%20array%20went%20away",
+        late.trailer("CIMStatusCodeDescription"));
+    EXPECT_EQ(std::string::npos, late.body.find("<ERROR"));
+    EXPECT_NE(std::string::npos, late.body.find("</IRETURNVALUE>\n</IMETHODRESPONSE>\n"));
+    EXPECT_EQ("</CIM>", late.body.substr(late.body.find_last_not_of('\n') - 5, 6));
+
+    e2e::HttpAnswer whole;
+    ASSERT_TRUE(conn.roundTrip(e2e::HttpConnection::cimRequest("EnumerateInstances",
+        "root%2Ftest", body, "manyfail", "pw", false), whole));
+    EXPECT_FALSE(whole.chunked);
+    EXPECT_NE(std::string::npos, whole.body.find("<ERROR CODE=\"1\" "
+        "DESCRIPTION=\"CIM_ERR_FAILED: the array went away\"/>"));
+    EXPECT_EQ(0u, occurrences(whole.body, "<VALUE.NAMEDINSTANCE>"));
+
+    e2e::HttpAnswer early;
+    ASSERT_TRUE(conn.roundTrip(e2e::HttpConnection::cimRequest("EnumerateInstances",
+        "root%2Ftest", enumerateCall("EnumerateInstances", "Test_Item"), "throwafter", "pw",
+        true), early));
+    EXPECT_TRUE(early.chunked);
+    EXPECT_TRUE(early.trailers.empty());
+    EXPECT_NE(std::string::npos, early.body.find("<ERROR CODE=\"7\" "));
+    EXPECT_EQ(0u, occurrences(early.body, "<VALUE.NAMEDINSTANCE>"));
 }
 
 TEST_F(HttpTest, MPostAndKeepAliveOnOneConnection)

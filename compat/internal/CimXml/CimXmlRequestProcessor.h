@@ -11,6 +11,11 @@
 // framing, authentication, Connection handling. The answer never carries a
 // Content-Length header; the transport adds it.
 //
+// A transport that sends answers while they are produced uses prepare()
+// and run(): prepare() gives the HTTP error or the headers of the 200
+// answer, run() executes the call and writes the body to a CimXmlBodySink,
+// one object at a time.
+//
 // process() is const and keeps no state between calls: several threads may
 // use one processor at once, provided the target is thread-safe.
 //
@@ -18,6 +23,7 @@
 #ifndef CimXml_CimXmlRequestProcessor_h
 #define CimXml_CimXmlRequestProcessor_h
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,6 +33,7 @@
 #include <Pegasus/Common/OperationContext.h>
 #include <Pegasus/Internal/CIMOperations.h>
 #include <Pegasus/Internal/CIMPullOperations.h>
+#include <CimXml/CimXmlBodySink.h>
 
 PEGASUS_NAMESPACE_BEGIN
 
@@ -59,6 +66,37 @@ public:
     CimXmlHttpResponse process(const std::string& httpMethod,
         const CimXmlHeaders& headers, const std::string& body,
         const OperationContext& context) const;
+
+    // A decoded request, ready to run.
+    class PEGASUS_COMMON_LINKAGE Call
+    {
+    public:
+        Call();
+        ~Call();
+        Call(Call&&) noexcept;
+        Call& operator=(Call&&) noexcept;
+
+        // Whether the answer may hold many objects (an enumeration or an
+        // association query), so that sending it while it is produced pays.
+        bool manyObjects() const;
+
+        struct Rep;
+
+    private:
+        friend class CimXmlRequestProcessor;
+        std::unique_ptr<Rep> _rep;
+    };
+
+    // Checks and decodes a request like process(). Answers the HTTP-level
+    // error, or status 200 with the answer's headers and an empty body: then
+    // `call` is ready for run(). The body is not needed after this.
+    CimXmlHttpResponse prepare(const std::string& httpMethod,
+        const CimXmlHeaders& headers, const std::string& body, Call& call) const;
+
+    // Executes a prepared call and writes the body of its answer to `sink`.
+    // Returns the CIM status code the answer carries (0: success), in its
+    // ERROR element or, when part of the body had left, through finish().
+    Uint32 run(Call& call, const OperationContext& context, CimXmlBodySink& sink) const;
 
     // An HTTP-level error answer with an empty body: status, reason phrase,
     // optional CIMError header and optional PGErrorDetail (%-encoded).

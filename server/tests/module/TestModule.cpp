@@ -147,6 +147,22 @@ public:
         record("enumerateInstances " + narrow(ref.toString()));
         String mode = user(context);
         handler.processing();
+        if (ref.getClassName().equal(CIMName("Test_Chunk")) &&
+            (mode == "many" || mode == "manyfail"))
+        {
+            // A large answer; "manyfail" fails after every object went out.
+            for (Uint32 n = 0; n < 3000; n++)
+            {
+                CIMInstance inst(CIMName("Test_Chunk"));
+                inst.addProperty(CIMProperty(CIMName("N"), n));
+                inst.setPath(chunkPath(ref, n));
+                handler.deliver(inst);
+            }
+            if (mode == "manyfail")
+                throw CIMOperationFailedException("the array went away");
+            handler.complete();
+            return;
+        }
         if (ref.getClassName().equal(CIMName("Test_Chunk")))
         {
             // 250 objects and no complete(): only full chunks reach the answer.

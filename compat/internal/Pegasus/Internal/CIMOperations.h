@@ -23,6 +23,7 @@
 #include <Pegasus/Common/CIMPropertyList.h>
 #include <Pegasus/Common/CIMQualifierDecl.h>
 #include <Pegasus/Common/OperationContext.h>
+#include <Pegasus/Internal/CIMResultSink.h>
 
 PEGASUS_NAMESPACE_BEGIN
 
@@ -65,6 +66,27 @@ public:
     virtual Array<CIMObjectPath> enumerateInstanceNames(
         const OperationContext& context, const CIMNamespaceName& nameSpace,
         const CIMName& className) = 0;
+    // The same two enumerations, handing each object to the sink as soon as
+    // it is available. By default they run the calls above and hand over
+    // their results; a server overrides them to stream.
+    virtual void enumerateInstancesTo(const OperationContext& context,
+        const CIMNamespaceName& nameSpace, const CIMName& className,
+        Boolean deepInheritance, Boolean localOnly, Boolean includeQualifiers,
+        Boolean includeClassOrigin, const CIMPropertyList& propertyList,
+        CIMResultSink& sink)
+    {
+        Array<CIMInstance> a = enumerateInstances(context, nameSpace, className,
+            deepInheritance, localOnly, includeQualifiers, includeClassOrigin, propertyList);
+        for (Uint32 i = 0; i < a.size(); i++)
+            sink.instance(a[i]);
+    }
+    virtual void enumerateInstanceNamesTo(const OperationContext& context,
+        const CIMNamespaceName& nameSpace, const CIMName& className, CIMResultSink& sink)
+    {
+        Array<CIMObjectPath> a = enumerateInstanceNames(context, nameSpace, className);
+        for (Uint32 i = 0; i < a.size(); i++)
+            sink.path(a[i]);
+    }
     virtual CIMObjectPath createInstance(const OperationContext& context,
         const CIMNamespaceName& nameSpace, const CIMInstance& newInstance) = 0;
     virtual void modifyInstance(const OperationContext& context,

@@ -542,10 +542,72 @@ Uint32 instanceFlags(Uint32 flags, Boolean includeQualifiers)
 
 } // namespace
 
-// Executes one intrinsic call; appends the IRETURNVALUE (if any) to out.
+namespace
+{
+
+// The IRETURNVALUE of an intrinsic answer, opened with its first object.
+struct ReturnValue
+{
+    std::string& out;
+    CimXmlBodySink& body;
+    bool open;
+
+    void begin()
+    {
+        if (!open)
+            out.append("<IRETURNVALUE>\n");
+        open = true;
+    }
+};
+
+// Encodes each object of an enumeration as it arrives and offers the text
+// to the transport.
+class StreamedResult : public CIMResultSink
+{
+public:
+    StreamedResult(ReturnValue& rv, Uint32 flags) : _rv(rv), _w(rv.out, flags) {}
+
+    void instance(const CIMInstance& instance) override
+    {
+        _rv.begin();
+        _w.appendValueNamedInstance(instance);
+        _rv.body.progress(_rv.out);
+    }
+
+    void path(const CIMObjectPath& path) override
+    {
+        _rv.begin();
+        _w.appendInstanceName(path);
+        _rv.body.progress(_rv.out);
+    }
+
+private:
+    ReturnValue& _rv;
+    XmlWriter _w;
+};
+
+// Keeps the whole body in one string: the answer of process().
+class StringBody : public CimXmlBodySink
+{
+public:
+    explicit StringBody(std::string& body) : _body(body) {}
+    void progress(std::string&) override {}
+    bool sent() const override { return false; }
+    void discard() override {}
+    void finish(std::string& text, Uint32, const String&) override { _body.swap(text); }
+
+private:
+    std::string& _body;
+};
+
+} // namespace
+
+// Executes one intrinsic call; writes the IRETURNVALUE (if any) to ret.out.
+// Enumerations of instances and names stream their objects through
+// ret.body; the caller closes an IRETURNVALUE left open.
 static void executeIntrinsic(CIMOperations& target, const OperationContext& ctx,
     const std::string& op, const pugi::xml_node& call, const CIMNamespaceName& ns,
-    const String& host, Uint32 flags, std::string& out)
+    const String& host, Uint32 flags, ReturnValue& ret)
 {
     std::string rv;
     XmlWriter w(rv, flags | XmlWriter::NO_INSTANCE_QUALIFIERS);
@@ -632,23 +694,17 @@ static void executeIntrinsic(CIMOperations& target, const OperationContext& ctx,
     {
         IParams p(call, P_ENUMINSTANCES);
         Boolean includeQualifiers = p.boolean("IncludeQualifiers", false);
-        Array<CIMInstance> a = target.enumerateInstances(ctx, ns,
+        StreamedResult streamed(ret, instanceFlags(flags, includeQualifiers));
+        target.enumerateInstancesTo(ctx, ns,
             p.className("ClassName", true), p.boolean("DeepInheritance", true),
             p.boolean("LocalOnly", true), includeQualifiers,
-            p.boolean("IncludeClassOrigin", false), p.propertyList());
-        XmlWriter iw(rv, instanceFlags(flags, includeQualifiers));
-        for (Uint32 i = 0; i < a.size(); i++)
-            iw.appendValueNamedInstance(a[i]);
-        hasResult = a.size() != 0;
+            p.boolean("IncludeClassOrigin", false), p.propertyList(), streamed);
     }
     else if (nameIs(op, "EnumerateInstanceNames"))
     {
         IParams p(call, P_CLASSNAME);
-        Array<CIMObjectPath> a = target.enumerateInstanceNames(ctx, ns,
-            p.className("ClassName", true));
-        for (Uint32 i = 0; i < a.size(); i++)
-            w.appendInstanceName(a[i]);
-        hasResult = a.size() != 0;
+        StreamedResult streamed(ret, flags | XmlWriter::NO_INSTANCE_QUALIFIERS);
+        target.enumerateInstanceNamesTo(ctx, ns, p.className("ClassName", true), streamed);
     }
     else if (nameIs(op, "CreateInstance"))
     {
@@ -762,9 +818,8 @@ static void executeIntrinsic(CIMOperations& target, const OperationContext& ctx,
 
     if (hasResult)
     {
-        out.append("<IRETURNVALUE>\n");
-        out.append(rv);
-        out.append("</IRETURNVALUE>\n");
+        ret.begin();
+        ret.out.append(rv);
     }
 }
 
@@ -934,24 +989,68 @@ void executePull(CIMPullOperations& target, const OperationContext& ctx,
 
 } // namespace
 
+struct CimXmlRequestProcessor::Call::Rep
+{
+    pugi::xml_document doc;
+    pugi::xml_node call;
+    bool intrinsic = true;
+    std::string callName;
+    String messageIdText;
+    String callNameText;
+    CIMNamespaceName ns;
+    CIMObjectPath target;
+};
+
+CimXmlRequestProcessor::Call::Call() {}
+CimXmlRequestProcessor::Call::~Call() {}
+CimXmlRequestProcessor::Call::Call(Call&&) noexcept = default;
+CimXmlRequestProcessor::Call& CimXmlRequestProcessor::Call::operator=(Call&&) noexcept = default;
+
+bool CimXmlRequestProcessor::Call::manyObjects() const
+{
+    if (!_rep || !_rep->intrinsic)
+        return false;
+    static const char* const many[] = { "EnumerateInstances", "EnumerateInstanceNames",
+        "Associators", "AssociatorNames", "References", "ReferenceNames",
+        "EnumerateClasses", "EnumerateClassNames", "EnumerateQualifiers", 0 };
+    for (const char* const* m = many; *m; m++)
+        if (nameIs(_rep->callName, *m))
+            return true;
+    return false;
+}
+
 CimXmlHttpResponse CimXmlRequestProcessor::process(const std::string& httpMethod,
     const CimXmlHeaders& headers, const std::string& body,
     const OperationContext& context) const
+{
+    Call call;
+    CimXmlHttpResponse r = prepare(httpMethod, headers, body, call);
+    if (r.status == 200)
+    {
+        StringBody whole(r.body);
+        run(call, context, whole);
+    }
+    return r;
+}
+
+CimXmlHttpResponse CimXmlRequestProcessor::prepare(const std::string& httpMethod,
+    const CimXmlHeaders& headers, const std::string& body, Call& prepared) const
 {
     bool mpost = httpMethod == "M-POST";
     if (!mpost && httpMethod != "POST")
         return httpError(501, std::string());
 
+    prepared._rep.reset(new Call::Rep);
+    Call::Rep& c = *prepared._rep;
     std::string messageId;
-    std::string callName;
-    String messageIdText;
-    String callNameText;
-    bool intrinsic = true;
-    std::string result;             // IRETURNVALUE or METHODRESPONSE content
-    pugi::xml_document doc;
-    pugi::xml_node call;
-    CIMNamespaceName ns;
-    CIMObjectPath target;
+    std::string& callName = c.callName;
+    String& messageIdText = c.messageIdText;
+    String& callNameText = c.callNameText;
+    bool& intrinsic = c.intrinsic;
+    pugi::xml_document& doc = c.doc;
+    pugi::xml_node& call = c.call;
+    CIMNamespaceName& ns = c.ns;
+    CIMObjectPath& target = c.target;
 
     try
     {
@@ -1085,17 +1184,72 @@ CimXmlHttpResponse CimXmlRequestProcessor::process(const std::string& httpMethod
         return httpError(500, std::string(), String(e.what()));
     }
 
-    // From here on, failures are CIM errors inside a 200 answer.
-    std::string content;
+    CimXmlHttpResponse r;
+    r.status = 200;
+    r.reason = "OK";
+    r.headers.push_back(std::make_pair(std::string("Content-Type"),
+        std::string("application/xml; charset=\"utf-8\"")));
+    if (mpost)
+    {
+        r.headers.push_back(std::make_pair(std::string("Ext"), std::string()));
+        r.headers.push_back(std::make_pair(std::string("Cache-Control"),
+            std::string("no-cache")));
+        r.headers.push_back(std::make_pair(std::string("Man"),
+            std::string("http://www.dmtf.org/cim/mapping/http/v1.0; ns=") + RESPONSE_NS));
+        r.headers.push_back(std::make_pair(std::string(RESPONSE_NS) + "-CIMOperation",
+            std::string("MethodResponse")));
+    }
+    else
+        r.headers.push_back(std::make_pair(std::string("CIMOperation"),
+            std::string("MethodResponse")));
+    return r;
+}
+
+Uint32 CimXmlRequestProcessor::run(Call& prepared, const OperationContext& context,
+    CimXmlBodySink& sink) const
+{
+    Call::Rep& c = *prepared._rep;
+    const char* element = c.intrinsic ? "IMETHODRESPONSE" : "METHODRESPONSE";
+    std::string text;
+    {
+        XmlWriter w(text, _flags);
+        w.appendResponseStart(c.messageIdText);
+        w.appendStartTag(element, "NAME", c.callNameText);
+    }
+    const std::string prologue = text;
+    ReturnValue ret{text, sink, false};
+    Uint32 code = 0;
+    String lateDescription;
+
+    // From here on, failures are CIM errors inside a 200 answer: an ERROR
+    // element instead of the result while nothing has left, otherwise the
+    // document is finished and the failure goes beside it.
+    auto failed = [&](Uint32 failure, const String& message, const CIMException* e) {
+        code = failure;
+        if (!sink.sent())
+        {
+            sink.discard();
+            text = prologue;
+            ret.open = false;
+            XmlWriter w(text, _flags);
+            if (e)
+                w.appendError(*e);
+            else
+                w.appendError(failure, descriptionText(failure, message));
+            return;
+        }
+        lateDescription = descriptionText(failure, message);
+    };
     try
     {
-        if (intrinsic && _pull && isPullOperation(callName))
-            executePull(*_pull, context, callName, call, ns, _hostName, _flags, content);
-        else if (intrinsic)
-            executeIntrinsic(_target, context, callName, call, ns, _hostName, _flags,
-                content);
+        if (c.intrinsic && _pull && isPullOperation(c.callName))
+            executePull(*_pull, context, c.callName, c.call, c.ns, _hostName, _flags, text);
+        else if (c.intrinsic)
+            executeIntrinsic(_target, context, c.callName, c.call, c.ns, _hostName, _flags,
+                ret);
         else
         {
+            const pugi::xml_node& call = c.call;
             Array<CIMParamValue> in;
             for (pugi::xml_node p = nextElement(firstElement(call)); p; p = nextElement(p))
             {
@@ -1117,9 +1271,9 @@ CimXmlHttpResponse CimXmlRequestProcessor::process(const std::string& httpMethod
                 in.append(pv);
             }
             Array<CIMParamValue> out;
-            CIMValue rv = _target.invokeMethod(context, ns, target,
-                CIMName(callNameText), in, out);
-            XmlWriter w(content, _flags);
+            CIMValue rv = _target.invokeMethod(context, c.ns, c.target,
+                CIMName(c.callNameText), in, out);
+            XmlWriter w(text, _flags);
             w.appendReturnValue(rv);
             for (Uint32 i = 0; i < out.size(); i++)
             {
@@ -1131,19 +1285,14 @@ CimXmlHttpResponse CimXmlRequestProcessor::process(const std::string& httpMethod
     }
     catch (const CIMException& e)
     {
-        content.clear();
-        XmlWriter w(content, _flags);
-        w.appendError(e);
+        failed(Uint32(e.getCode()), e.getMessage(), &e);
     }
     catch (const Exception& e)
     {
-        content.clear();
-        XmlWriter(content, _flags).appendError(CIM_ERR_FAILED,
-            descriptionText(CIM_ERR_FAILED, e.getMessage()));
+        failed(CIM_ERR_FAILED, e.getMessage(), 0);
     }
     catch (const std::exception& e)
     {
-        content.clear();
         String message;
         try
         {
@@ -1153,43 +1302,21 @@ CimXmlHttpResponse CimXmlRequestProcessor::process(const std::string& httpMethod
         {
             message = String("Unknown error.");
         }
-        XmlWriter(content, _flags).appendError(CIM_ERR_FAILED,
-            descriptionText(CIM_ERR_FAILED, message));
+        failed(CIM_ERR_FAILED, message, 0);
     }
     catch (...)
     {
-        content.clear();
-        XmlWriter(content, _flags).appendError(CIM_ERR_FAILED,
-            descriptionText(CIM_ERR_FAILED, String("Unknown error.")));
+        failed(CIM_ERR_FAILED, String("Unknown error."), 0);
     }
 
-    CimXmlHttpResponse r;
-    r.status = 200;
-    r.reason = "OK";
-    const char* element = intrinsic ? "IMETHODRESPONSE" : "METHODRESPONSE";
-    XmlWriter w(r.body, _flags);
-    w.appendResponseStart(messageIdText);
-    w.appendStartTag(element, "NAME", callNameText);
-    r.body.append(content);
+    if (ret.open)
+        text.append("</IRETURNVALUE>\n");
+    XmlWriter w(text, _flags);
     w.appendEndTag(element);
     w.appendResponseEnd();
-
-    r.headers.push_back(std::make_pair(std::string("Content-Type"),
-        std::string("application/xml; charset=\"utf-8\"")));
-    if (mpost)
-    {
-        r.headers.push_back(std::make_pair(std::string("Ext"), std::string()));
-        r.headers.push_back(std::make_pair(std::string("Cache-Control"),
-            std::string("no-cache")));
-        r.headers.push_back(std::make_pair(std::string("Man"),
-            std::string("http://www.dmtf.org/cim/mapping/http/v1.0; ns=") + RESPONSE_NS));
-        r.headers.push_back(std::make_pair(std::string(RESPONSE_NS) + "-CIMOperation",
-            std::string("MethodResponse")));
-    }
-    else
-        r.headers.push_back(std::make_pair(std::string("CIMOperation"),
-            std::string("MethodResponse")));
-    return r;
+    bool late = sink.sent() && code != 0;
+    sink.finish(text, late ? code : 0, late ? lateDescription : String());
+    return code;
 }
 
 PEGASUS_NAMESPACE_END
