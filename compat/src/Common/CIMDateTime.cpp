@@ -7,6 +7,7 @@
 #include <sys/time.h>
 #include <Pegasus/Common/CIMDateTime.h>
 #include <Pegasus/Common/Exception.h>
+#include "NumberText.h"
 
 PEGASUS_NAMESPACE_BEGIN
 
@@ -134,21 +135,25 @@ Uint64 joinInterval(const Fields& f)
 // numWildcards digit positions written as '*'.
 void formatBody(Uint64 usec, bool interval, Uint16 numWildcards, char* out)
 {
-    char buf[32];
+    Fields f = interval ? splitInterval(usec) : splitTimeStamp(usec);
+    char* p = out;
     if (interval)
     {
-        Fields f = splitInterval(usec);
-        std::snprintf(buf, sizeof(buf), "%08u%02u%02u%02u.%06u",
-            f.year % 100000000u, f.hours, f.minutes, f.seconds, f.usec);
+        NumberText::fixed(p, 8, f.year % 100000000u);
+        p += 8;
     }
     else
     {
-        Fields f = splitTimeStamp(usec);
-        std::snprintf(buf, sizeof(buf), "%04u%02u%02u%02u%02u%02u.%06u",
-            f.year % 10000u, f.month, f.day, f.hours, f.minutes, f.seconds, f.usec);
+        NumberText::fixed(p, 4, f.year % 10000u);
+        NumberText::fixed(p + 4, 2, f.month);
+        NumberText::fixed(p + 6, 2, f.day);
+        p += 8;
     }
-    for (int i = 0; i < 21; i++)
-        out[i] = buf[i];
+    NumberText::fixed(p, 2, f.hours);
+    NumberText::fixed(p + 2, 2, f.minutes);
+    NumberText::fixed(p + 4, 2, f.seconds);
+    p[6] = '.';
+    NumberText::fixed(p + 7, 6, f.usec);
     Uint16 left = numWildcards;
     for (int i = 20; i >= 0 && left > 0; i--)
     {
@@ -290,10 +295,8 @@ String CIMDateTime::toString() const
 {
     char buf[32];
     formatBody(_usec, _sign == ':', _numWildcards, buf);
-    if (_sign == ':')
-        std::snprintf(buf + 21, sizeof(buf) - 21, ":000");
-    else
-        std::snprintf(buf + 21, sizeof(buf) - 21, "%c%03u", char(_sign), _utcOffset % 1000u);
+    buf[21] = char(_sign);
+    NumberText::fixed(buf + 22, 3, _sign == ':' ? 0 : _utcOffset % 1000u);
     return String(buf, 25);
 }
 

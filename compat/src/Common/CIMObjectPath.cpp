@@ -13,6 +13,7 @@
 #include <Pegasus/Common/CIMValue.h>
 #include <Pegasus/Common/CIMDateTime.h>
 #include <Pegasus/Common/Exception.h>
+#include "NumberText.h"
 #include "StringRep.h"
 
 PEGASUS_NAMESPACE_BEGIN
@@ -140,16 +141,14 @@ bool parseReal(const String& s, Real64& x)
 
 String decimalText(Uint64 u)
 {
-    char buf[32];
-    std::snprintf(buf, sizeof(buf), "%llu", u);
-    return String(buf);
+    char buf[NumberText::MAX_CHARS];
+    return String(buf, Uint32(NumberText::write(buf, u) - buf));
 }
 
 String decimalText(Sint64 s)
 {
-    char buf[32];
-    std::snprintf(buf, sizeof(buf), "%lld", s);
-    return String(buf);
+    char buf[NumberText::MAX_CHARS];
+    return String(buf, Uint32(NumberText::write(buf, s) - buf));
 }
 
 //

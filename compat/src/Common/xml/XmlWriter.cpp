@@ -10,26 +10,18 @@
 #include <Pegasus/Common/CIMFlavor.h>
 #include <Pegasus/Common/CIMScope.h>
 #include <Pegasus/Common/Exception.h>
+#include "../NumberText.h"
 
 PEGASUS_NAMESPACE_BEGIN
 
 namespace
 {
 
+// Decimal text of an integer or (shortest) real.
 template <class T>
 void appendInteger(std::string& out, T x)
 {
-    char buf[32];
-    auto r = std::to_chars(buf, buf + sizeof(buf), x);
-    out.append(buf, r.ptr);
-}
-
-template <class T>
-void appendReal(std::string& out, T x)
-{
-    char buf[64];
-    auto r = std::to_chars(buf, buf + sizeof(buf), x);
-    out.append(buf, r.ptr);
+    NumberText::append(out, x);
 }
 
 const char* typeName(CIMType type)
@@ -85,10 +77,26 @@ std::string XmlWriter::toUtf8(const String& s)
 
 // mode 0: element text; 1: element text carrying embedded XML (quotes
 // escaped too); 2: attribute value.
+static inline bool plainChar(unsigned char c)
+{
+    return c >= 0x20 && c != '&' && c != '<' && c != '>' && c != '"';
+}
+
 static void escapeTo(std::string& out, const char* p, size_t n, int mode)
 {
     for (size_t i = 0; i < n; i++)
     {
+        // Runs of characters that need no escaping go out in one piece.
+        size_t run = i;
+        while (run < n && plainChar((unsigned char)p[run]))
+            run++;
+        if (run > i)
+        {
+            out.append(p + i, run - i);
+            i = run;
+            if (i == n)
+                break;
+        }
         unsigned char c = (unsigned char)p[i];
         switch (c)
         {
@@ -141,6 +149,21 @@ static void escapeUtf16To(std::string& out, const String& s, int mode)
     Uint32 n = s.size();
     for (Uint32 i = 0; i < n; i++)
     {
+        // Runs of plain ASCII are narrowed in place, in one piece.
+        Uint32 run = i;
+        while (run < n && Uint16(p[run]) < 0x80 && plainChar((unsigned char)Uint16(p[run])))
+            run++;
+        if (run > i)
+        {
+            size_t at = out.size();
+            out.resize(at + (run - i));
+            char* d = &out[at];
+            for (Uint32 k = i; k < run; k++)
+                *d++ = char(Uint16(p[k]));
+            i = run;
+            if (i == n)
+                break;
+        }
         Uint32 c = Uint16(p[i]);
         if (c < 0x80)
         {
@@ -220,8 +243,8 @@ std::string XmlWriter::scalarText(const CIMValue& v)
         case CIMTYPE_SINT32: { Sint32 x; v.get(x); appendInteger(out, x); break; }
         case CIMTYPE_UINT64: { Uint64 x; v.get(x); appendInteger(out, x); break; }
         case CIMTYPE_SINT64: { Sint64 x; v.get(x); appendInteger(out, x); break; }
-        case CIMTYPE_REAL32: { Real32 x; v.get(x); appendReal(out, x); break; }
-        case CIMTYPE_REAL64: { Real64 x; v.get(x); appendReal(out, x); break; }
+        case CIMTYPE_REAL32: { Real32 x; v.get(x); appendInteger(out, x); break; }
+        case CIMTYPE_REAL64: { Real64 x; v.get(x); appendInteger(out, x); break; }
         case CIMTYPE_CHAR16:
         {
             Char16 x; v.get(x);
@@ -267,18 +290,54 @@ void XmlWriter::_appendAttr(const char* name, const char* value)
     _out.push_back('"');
 }
 
+// The escaped element text of one scalar, written straight into out.
+static void appendElementText(std::string& out, Boolean x)
+{
+    out.append(x ? "TRUE" : "FALSE");
+}
+static void appendElementText(std::string& out, Uint8 x) { appendInteger(out, unsigned(x)); }
+static void appendElementText(std::string& out, Sint8 x) { appendInteger(out, int(x)); }
+static void appendElementText(std::string& out, Uint16 x) { appendInteger(out, x); }
+static void appendElementText(std::string& out, Sint16 x) { appendInteger(out, x); }
+static void appendElementText(std::string& out, Uint32 x) { appendInteger(out, x); }
+static void appendElementText(std::string& out, Sint32 x) { appendInteger(out, x); }
+static void appendElementText(std::string& out, Uint64 x) { appendInteger(out, x); }
+static void appendElementText(std::string& out, Sint64 x) { appendInteger(out, x); }
+static void appendElementText(std::string& out, Real32 x) { appendInteger(out, x); }
+static void appendElementText(std::string& out, Real64 x) { appendInteger(out, x); }
+static void appendElementText(std::string& out, const Char16& x)
+{
+    escapeUtf16To(out, String(&x, 1), 0);
+}
+static void appendElementText(std::string& out, const String& x)
+{
+    escapeUtf16To(out, x, 0);
+}
+static void appendElementText(std::string& out, const CIMDateTime& x)
+{
+    escapeUtf16To(out, x.toString(), 0);
+}
+
+template <class T>
+static void appendScalarText(std::string& out, const CIMValue& v)
+{
+    T x;
+    v.get(x);
+    appendElementText(out, x);
+}
+
 // Writes one <VALUE> element per element of an array value.
 template <class T>
 static void appendArrayElements(XmlWriter& w, const CIMValue& v)
 {
     Array<T> a;
     v.get(a);
+    std::string& out = w.out();
     for (Uint32 i = 0; i < a.size(); i++)
     {
-        std::string text = XmlWriter::scalarText(CIMValue(a[i]));
-        w.out().append("<VALUE>");
-        XmlWriter::appendEscaped(w.out(), text.data(), text.size(), false);
-        w.out().append("</VALUE>");
+        out.append("<VALUE>");
+        appendElementText(out, a[i]);
+        out.append("</VALUE>");
     }
 }
 
@@ -316,11 +375,34 @@ void XmlWriter::appendValue(const CIMValue& v)
         _out.append("</VALUE>");
         return;
     }
-    if (!v.isArray())
+    if (!v.isArray() && embedded)
     {
         std::string text = scalarText(v);
         _out.append("<VALUE>");
-        escapeTo(_out, text.data(), text.size(), embedded ? 1 : 0);
+        escapeTo(_out, text.data(), text.size(), 1);
+        _out.append("</VALUE>");
+        return;
+    }
+    if (!v.isArray())
+    {
+        _out.append("<VALUE>");
+        switch (type)
+        {
+            case CIMTYPE_BOOLEAN: appendScalarText<Boolean>(_out, v); break;
+            case CIMTYPE_UINT8: appendScalarText<Uint8>(_out, v); break;
+            case CIMTYPE_SINT8: appendScalarText<Sint8>(_out, v); break;
+            case CIMTYPE_UINT16: appendScalarText<Uint16>(_out, v); break;
+            case CIMTYPE_SINT16: appendScalarText<Sint16>(_out, v); break;
+            case CIMTYPE_UINT32: appendScalarText<Uint32>(_out, v); break;
+            case CIMTYPE_SINT32: appendScalarText<Sint32>(_out, v); break;
+            case CIMTYPE_UINT64: appendScalarText<Uint64>(_out, v); break;
+            case CIMTYPE_SINT64: appendScalarText<Sint64>(_out, v); break;
+            case CIMTYPE_REAL32: appendScalarText<Real32>(_out, v); break;
+            case CIMTYPE_REAL64: appendScalarText<Real64>(_out, v); break;
+            case CIMTYPE_CHAR16: appendScalarText<Char16>(_out, v); break;
+            case CIMTYPE_DATETIME: appendScalarText<CIMDateTime>(_out, v); break;
+            default: break;
+        }
         _out.append("</VALUE>");
         return;
     }
