@@ -318,7 +318,8 @@ double pullWalk(e2e::HttpConnection& c, const Settings& s, size_t expected)
     return elapsed;
 }
 
-Figures measure(const std::string& binary, const std::string& stateFile, const Settings& s)
+Figures measure(const std::string& binary, const std::string& preload,
+    const std::string& stateFile, const Settings& s)
 {
     Figures f;
     e2e::DemoServer::Options options;
@@ -330,6 +331,8 @@ Figures measure(const std::string& binary, const std::string& stateFile, const S
     options.password = kPassword;
     options.arrayLogLevel = "3";
     options.extraArgs = {"--workers", std::to_string(s.clients + 4)};
+    if (!preload.empty())
+        options.environment.push_back("LD_PRELOAD=" + preload);
     try
     {
         e2e::DemoServer server(options);
@@ -415,10 +418,14 @@ int main(int argc, char** argv)
     CLI::App app("Measures cimhost's large answers over a generated array: enumeration "
                  "latency, GetInstance throughput, pull enumeration and memory.");
     std::vector<std::string> binaries;
+    std::vector<std::string> preloads;
     Settings s;
     app.add_option("--cimhost", binaries,
         "cimhost binary to measure (repeat to compare; its modules are in ../lib beside "
         "its bin folder); default: this build's")->check(CLI::ExistingFile);
+    app.add_option("--preload", preloads,
+        "a library the server starts with (LD_PRELOAD), for instance another malloc; "
+        "given once per --cimhost, \"none\" for none");
     app.add_option("--tasks", s.tasks, "tasks of the generated array")
         ->check(CLI::Range(1, 1000000));
     app.add_option("--repeats", s.repeats, "runs of each enumeration (the median counts)")
@@ -431,6 +438,15 @@ int main(int argc, char** argv)
     CLI11_PARSE(app, argc, argv);
     if (binaries.empty())
         binaries.push_back(VELK_BIN_DIR "/cimhost");
+    if (!preloads.empty() && preloads.size() != binaries.size())
+    {
+        std::fprintf(stderr, "velk_perf: give --preload once for each --cimhost\n");
+        return 2;
+    }
+    preloads.resize(binaries.size());
+    for (std::string& p : preloads)
+        if (p == "none")
+            p.clear();
 
     char dir[] = "/tmp/velk-perf-XXXXXX";
     if (!::mkdtemp(dir))
@@ -442,10 +458,10 @@ int main(int argc, char** argv)
     std::ofstream(stateFile) << generateState(s.tasks);
 
     std::vector<Figures> all;
-    for (const std::string& b : binaries)
+    for (size_t i = 0; i < binaries.size(); i++)
     {
-        std::fprintf(stderr, "velk_perf: measuring %s\n", b.c_str());
-        all.push_back(measure(b, stateFile, s));
+        std::fprintf(stderr, "velk_perf: measuring %s\n", binaries[i].c_str());
+        all.push_back(measure(binaries[i], preloads[i], stateFile, s));
     }
     ::unlink(stateFile.c_str());
     ::rmdir(dir);
@@ -454,9 +470,9 @@ int main(int argc, char** argv)
                 "clients for %.1f s, pull pages of %d\n",
         s.tasks, s.repeats, s.clients, s.seconds, s.page);
     for (size_t i = 0; i < binaries.size(); i++)
-        std::printf("  [%zu] %s: %zu jobs, %.1f MB answer%s\n", i + 1, binaries[i].c_str(),
-            all[i].jobs, double(all[i].answerBytes) / 1e6,
-            all[i].chunked ? ", chunked with TE: trailers" : "");
+        std::printf("  [%zu] %s%s%s: %zu jobs, %.1f MB answer%s\n", i + 1, binaries[i].c_str(),
+            preloads[i].empty() ? "" : " with ", preloads[i].c_str(), all[i].jobs,
+            double(all[i].answerBytes) / 1e6, all[i].chunked ? ", chunked with TE: trailers" : "");
     std::printf("%-40s", "measure");
     for (size_t i = 0; i < binaries.size(); i++)
         std::printf(" %14s", ("[" + std::to_string(i + 1) + "]").c_str());

@@ -154,6 +154,8 @@ void DemoServer::start()
             ::setenv("CIMHOST_SOCKET", socketPath().c_str(), 1);
         else
             ::unsetenv("CIMHOST_SOCKET");
+        for (const std::string& e : _options.environment)
+            ::putenv(const_cast<char*>(e.c_str()));
         std::vector<char*> args;
         for (const std::string& a : argv)
             args.push_back(const_cast<char*>(a.c_str()));

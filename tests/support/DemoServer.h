@@ -46,6 +46,7 @@ public:
         std::string cimhost;                         // default: the cimhost of this build
         std::string moduleDir;                       // default: the modules of this build
         std::string arrayLogLevel = "4";             // VELK_LOG_LEVEL of the array
+        std::vector<std::string> environment;        // more "NAME=value" for cimhost
     };
 
     DemoServer();
