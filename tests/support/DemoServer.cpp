@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -143,6 +144,9 @@ void DemoServer::start()
     _pid = ::fork();
     if (_pid == 0)
     {
+        // A test that dies takes its server along, rather than leaving it
+        // to hold the test's output open.
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         ::dup2(out[1], 1);
         ::close(out[0]);
         ::close(out[1]);

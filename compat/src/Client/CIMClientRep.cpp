@@ -8,6 +8,8 @@
 #include <fcntl.h>
 #include <netdb.h>
 #include <poll.h>
+#include <pthread.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -24,6 +26,45 @@ namespace
 {
 
 const char* const DEFAULT_LOCAL_SOCKET = "/tmp/cimhost.socket";
+
+// Writing to a connection the server has closed raises SIGPIPE, which would
+// end the client's process. While a request is exchanged the signal is held
+// on this thread only; one raised by the exchange is taken off again, so the
+// write just fails and the process's own handling of the signal is untouched.
+class SigpipeHold
+{
+public:
+    SigpipeHold()
+    {
+        sigemptyset(&_pipe);
+        sigaddset(&_pipe, SIGPIPE);
+        sigset_t pending;
+        sigpending(&pending);
+        _wasPending = sigismember(&pending, SIGPIPE) == 1;
+        pthread_sigmask(SIG_BLOCK, &_pipe, &_saved);
+    }
+    ~SigpipeHold()
+    {
+        if (!_wasPending)
+        {
+            sigset_t pending;
+            sigpending(&pending);
+            if (sigismember(&pending, SIGPIPE) == 1)
+            {
+                timespec none = { 0, 0 };
+                sigtimedwait(&_pipe, nullptr, &none);
+            }
+        }
+        pthread_sigmask(SIG_SETMASK, &_saved, nullptr);
+    }
+    SigpipeHold(const SigpipeHold&) = delete;
+    SigpipeHold& operator=(const SigpipeHold&) = delete;
+
+private:
+    sigset_t _pipe;
+    sigset_t _saved;
+    bool _wasPending = false;
+};
 
 std::string utf8(const String& s)
 {
@@ -277,6 +318,7 @@ std::string CIMClientRep::_post(const String& methodName, const String& cimObjec
         { "CIMObject", XmlWriter::percentEncode(cimObject) },
         { "CIMProtocolVersion", "1.0" },
     };
+    SigpipeHold sigpipe;
     for (int attempt = 0;; attempt++)
     {
         auto start = std::chrono::steady_clock::now();

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <thread>
 
+#include <signal.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <netinet/in.h>
@@ -413,6 +414,61 @@ TEST(CIMClientLocal, ConnectLocalUsesTheSocketNamedByTheEnvironment)
         client.disconnect();
     }
     unsetenv("CIMHOST_SOCKET");
+}
+
+// A server that answers a request, leaves a stray byte behind the answer and
+// closes: the kept-alive connection still looks readable, so the client's
+// next request is written to a closed socket. That write must fail with an
+// exception, not with the SIGPIPE that would end the client's process.
+TEST(CIMClientLocal, WritesToAClosedConnectionFailWithoutSigpipe)
+{
+    std::string path = "/tmp/cimxml-client-closing-" + std::to_string(getpid()) + ".socket";
+    unlink(path.c_str());
+    int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    strncpy(addr.sun_path, path.c_str(), sizeof(addr.sun_path) - 1);
+    ASSERT_EQ(0, bind(fd, (sockaddr*)&addr, sizeof(addr)));
+    ASSERT_EQ(0, listen(fd, 8));
+    std::atomic<int> closed{0};
+    std::thread server([fd, &closed] {
+        int c;
+        while ((c = ::accept(fd, 0, 0)) >= 0)
+        {
+            char buf[65536];
+            if (::read(c, buf, sizeof buf) > 0)
+            {
+                const char answer[] = "HTTP/1.1 401 Unauthorized\r\nContent-Length: 0\r\n\r\nX";
+                if (::write(c, answer, sizeof answer - 1) < 0)
+                    break;
+            }
+            ::close(c);
+            closed++;
+        }
+    });
+
+    setenv("CIMHOST_SOCKET", path.c_str(), 1);
+    {
+        CIMClient client;
+        client.connectLocal();
+        EXPECT_THROW(client.enumerateInstanceNames(NS, CIMName("EXM_Job")),
+            CIMClientHTTPErrorException);
+        while (closed < 2)  // the probe of connectLocal, then the request's connection
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        EXPECT_THROW(client.enumerateInstanceNames(NS, CIMName("EXM_Job")), Exception);
+    }
+    unsetenv("CIMHOST_SOCKET");
+
+    sigset_t pending, mask;
+    sigpending(&pending);
+    EXPECT_EQ(0, sigismember(&pending, SIGPIPE));
+    pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+    EXPECT_EQ(0, sigismember(&mask, SIGPIPE)) << "SIGPIPE left blocked on the thread";
+
+    ::shutdown(fd, SHUT_RDWR);
+    ::close(fd);
+    server.join();
+    unlink(path.c_str());
 }
 
 // --- the strict command-line client parses what the processor writes -----
