@@ -25,6 +25,7 @@ void Logger::applySettings()
     const Settings s = settingsFromEnvironment();
     level_ = s.logLevel;
     path_ = s.logFile;
+    hasFile_ = !path_.empty();
     maxBytes_ = static_cast<std::uint64_t>(s.logMaxBytes);
     keep_ = static_cast<unsigned>(s.logKeep);
 }
@@ -70,6 +71,7 @@ void Logger::setFile(const std::string& path)
 {
     std::lock_guard<std::mutex> lock(mutex_);
     path_ = path;
+    hasFile_ = !path_.empty();
 }
 
 std::string Logger::file()

@@ -5,6 +5,7 @@
 
 #include "velkapi_control.hpp"
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -15,6 +16,16 @@ namespace velksim {
 class Logger {
 public:
     static Logger& instance();
+
+    // Whether a line of this level goes anywhere (the file or the capture):
+    // checked without the lock, so that log_message formats only lines that
+    // are kept.
+    bool wants(int level) const
+    {
+        return capture_.load(std::memory_order_relaxed) ||
+            (level <= level_.load(std::memory_order_relaxed) &&
+             hasFile_.load(std::memory_order_relaxed));
+    }
 
     // One log_message call, already formatted.
     void write(int level, const std::string& text);
@@ -35,11 +46,12 @@ private:
     void applySettings();
 
     std::mutex mutex_;
-    int level_ = 3;
+    std::atomic<int> level_{3};
+    std::atomic<bool> hasFile_{false};
     std::string path_;
     std::uint64_t maxBytes_ = 0;
     unsigned keep_ = 0;
-    bool capture_ = false;
+    std::atomic<bool> capture_{false};
     std::vector<LogLine> lines_;
 };
 

@@ -105,7 +105,7 @@ int cim_sem_post(void)
 
 void log_message(int level, const char* format, ...)
 {
-    if (!format)
+    if (!format || !Logger::instance().wants(level))
         return;
     char small[1024];
     va_list ap;
