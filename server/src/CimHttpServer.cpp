@@ -230,6 +230,7 @@ bool CimHttpServer::process_and_close_socket(socket_t sock)
                 bool connectionClosed = false;
                 bool ok = process_request(stream, count == 1, connectionClosed,
                     std::function<void(httplib::Request&)>());
+                ok = stream.flush() && ok;
                 // A request that never reached the header check could not be
                 // parsed: what follows it on the connection is not trusted.
                 if (!ok || connectionClosed || tlsCloseAfterAnswer || !tlsHeadersChecked)

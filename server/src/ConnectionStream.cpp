@@ -53,6 +53,9 @@ bool waitForTls(SSL* ssl, int sock, int result, int timeoutMs)
     }
 }
 
+// Writes up to this size wait to leave with what follows them.
+const size_t COALESCE_BYTES = 16 * 1024;
+
 } // namespace
 
 ConnectionStream::ConnectionStream(int sock, SSL_CTX* tls, bool local, int writeTimeoutMs)
@@ -75,6 +78,7 @@ ConnectionStream::ConnectionStream(int sock, SSL_CTX* tls, bool local, int write
 
 ConnectionStream::~ConnectionStream()
 {
+    flush();
     if (_ssl)
     {
         SSL_shutdown(_ssl);
@@ -106,6 +110,10 @@ bool ConnectionStream::waitReadable(int timeoutMs) const
 
 bool ConnectionStream::fill()
 {
+    // What the peer waits for before it sends more (a 100 Continue) leaves
+    // first.
+    if (!flush())
+        return false;
     char chunk[8192];
     for (;;)
     {
@@ -124,11 +132,17 @@ bool ConnectionStream::fill()
         }
         else
         {
-            if (!pollFor(_sock, POLLIN, remainingMs(_deadline)))
-                return false;
-            n = ::recv(_sock, chunk, sizeof(chunk), 0);
+            // Most often the bytes are there already: read first, wait only
+            // when nothing is.
+            n = ::recv(_sock, chunk, sizeof(chunk), MSG_DONTWAIT);
             if (n < 0 && errno == EINTR)
                 continue;
+            if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
+            {
+                if (!pollFor(_sock, POLLIN, remainingMs(_deadline)))
+                    return false;
+                continue;
+            }
             if (n <= 0)
                 return false;
         }
@@ -166,11 +180,16 @@ bool ConnectionStream::stripExtensionMethod(bool& mpost)
 void ConnectionStream::sendRaw(const std::string& text)
 {
     write(text.data(), text.size());
+    flush();
 }
 
 bool ConnectionStream::is_readable() const
 {
-    return buffered() > 0 || waitReadable(remainingMs(_deadline));
+    if (buffered() > 0)
+        return true;
+    // Whatever the peer may be waiting for leaves before the wait.
+    return const_cast<ConnectionStream*>(this)->flush() &&
+        waitReadable(remainingMs(_deadline));
 }
 
 bool ConnectionStream::is_writable() const
@@ -188,7 +207,26 @@ ssize_t ConnectionStream::read(char* ptr, size_t size)
     return static_cast<ssize_t>(n);
 }
 
-ssize_t ConnectionStream::write(const char* ptr, size_t size)
+ssize_t ConnectionStream::sendPieces(iovec* pieces, int count)
+{
+    msghdr message;
+    std::memset(&message, 0, sizeof(message));
+    message.msg_iov = pieces;
+    message.msg_iovlen = static_cast<size_t>(count);
+    for (;;)
+    {
+        ssize_t n = ::sendmsg(_sock, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (n >= 0)
+            return n;
+        if (errno == EINTR)
+            continue;
+        if ((errno != EAGAIN && errno != EWOULDBLOCK) ||
+            !pollFor(_sock, POLLOUT, _writeTimeoutMs))
+            return -1;
+    }
+}
+
+ssize_t ConnectionStream::writeNow(const char* ptr, size_t size)
 {
     if (_ssl)
     {
@@ -204,53 +242,116 @@ ssize_t ConnectionStream::write(const char* ptr, size_t size)
                 return -1;
         }
     }
-    if (!is_writable())
-        return -1;
+    iovec piece{const_cast<char*>(ptr), size};
+    return sendPieces(&piece, 1);
+}
+
+bool ConnectionStream::flush()
+{
+    size_t done = 0;
+    while (done < _out.size())
+    {
+        ssize_t n = writeNow(_out.data() + done, _out.size() - done);
+        if (n < 0)
+        {
+            _out.clear();
+            return false;
+        }
+        done += static_cast<size_t>(n);
+    }
+    _out.clear();
+    return true;
+}
+
+ssize_t ConnectionStream::write(const char* ptr, size_t size)
+{
+    if (_out.size() + size <= COALESCE_BYTES)
+    {
+        _out.append(ptr, size);
+        return static_cast<ssize_t>(size);
+    }
+    if (_out.empty())
+        return writeNow(ptr, size);
+    if (_ssl)
+        return flush() ? writeNow(ptr, size) : -1;
+    // What waits and the new bytes in one send.
+    iovec pieces[2] = {{&_out[0], _out.size()}, {const_cast<char*>(ptr), size}};
+    size_t waiting = _out.size();
+    ssize_t n;
     for (;;)
     {
-        ssize_t n = ::send(_sock, ptr, size, MSG_NOSIGNAL);
-        if (n < 0 && errno == EINTR)
-            continue;
-        return n;
+        n = sendPieces(pieces, 2);
+        if (n < 0)
+        {
+            _out.clear();
+            return -1;
+        }
+        if (static_cast<size_t>(n) >= waiting)
+            break;
+        waiting -= static_cast<size_t>(n);
+        pieces[0].iov_base = static_cast<char*>(pieces[0].iov_base) + n;
+        pieces[0].iov_len = waiting;
+    }
+    _out.clear();
+    return n - static_cast<ssize_t>(waiting);
+}
+
+namespace
+{
+
+// The numeric host and port of a socket address; false when it has none.
+bool numericAddress(const sockaddr_storage& addr, socklen_t len, std::string& ip, int& port)
+{
+    char host[NI_MAXHOST];
+    char serv[NI_MAXSERV];
+    if (::getnameinfo(reinterpret_cast<const sockaddr*>(&addr), len, host, sizeof(host), serv,
+            sizeof(serv), NI_NUMERICHOST | NI_NUMERICSERV) != 0)
+        return false;
+    ip = host;
+    port = std::atoi(serv);
+    return true;
+}
+
+} // namespace
+
+void ConnectionStream::lookUpAddresses() const
+{
+    if (_addressesKnown)
+        return;
+    _addressesKnown = true;
+    _remoteIp = _local ? "127.0.0.1" : std::string();
+    if (_local)
+        return;
+    sockaddr_storage addr;
+    socklen_t len = sizeof(addr);
+    if (::getpeername(_sock, reinterpret_cast<sockaddr*>(&addr), &len) == 0 &&
+        numericAddress(addr, len, _remoteIp, _remotePort))
+    {
+        // IPv4 clients of a dual-stack socket appear as ::ffff:a.b.c.d.
+        if (_remoteIp.compare(0, 7, "::ffff:") == 0 && _remoteIp.find('.') != std::string::npos)
+            _remoteIp = _remoteIp.substr(7);
+    }
+    len = sizeof(addr);
+    if (::getsockname(_sock, reinterpret_cast<sockaddr*>(&addr), &len) != 0 ||
+        !numericAddress(addr, len, _localIp, _localPort))
+    {
+        _localIp.clear();
+        _localPort = 0;
     }
 }
 
 void ConnectionStream::get_remote_ip_and_port(std::string& ip, int& port) const
 {
-    ip = _local ? "127.0.0.1" : std::string();
-    port = 0;
-    sockaddr_storage addr;
-    socklen_t len = sizeof(addr);
-    if (_local || ::getpeername(_sock, reinterpret_cast<sockaddr*>(&addr), &len) != 0)
-        return;
-    char host[NI_MAXHOST];
-    char serv[NI_MAXSERV];
-    if (::getnameinfo(reinterpret_cast<sockaddr*>(&addr), len, host, sizeof(host), serv,
-            sizeof(serv), NI_NUMERICHOST | NI_NUMERICSERV) != 0)
-        return;
-    ip = host;
-    // IPv4 clients of a dual-stack socket appear as ::ffff:a.b.c.d.
-    if (ip.compare(0, 7, "::ffff:") == 0 && ip.find('.') != std::string::npos)
-        ip = ip.substr(7);
-    port = std::atoi(serv);
+    lookUpAddresses();
+    ip = _remoteIp;
+    port = _remotePort;
 }
 
 void ConnectionStream::get_local_ip_and_port(std::string& ip, int& port) const
 {
-    ip.clear();
-    port = 0;
-    sockaddr_storage addr;
-    socklen_t len = sizeof(addr);
-    if (_local || ::getsockname(_sock, reinterpret_cast<sockaddr*>(&addr), &len) != 0)
-        return;
-    char host[NI_MAXHOST];
-    char serv[NI_MAXSERV];
-    if (::getnameinfo(reinterpret_cast<sockaddr*>(&addr), len, host, sizeof(host), serv,
-            sizeof(serv), NI_NUMERICHOST | NI_NUMERICSERV) == 0)
-    {
-        ip = host;
-        port = std::atoi(serv);
-    }
+    lookUpAddresses();
+    ip = _localIp;
+    port = _localPort;
 }
 
 } // namespace cimhost

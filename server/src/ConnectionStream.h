@@ -4,12 +4,15 @@
 // server moves from the header phase to the body phase of each request, so
 // a client that trickles bytes is cut off whatever it sends. Bytes read and
 // not consumed yet stay in the stream for the next request on the
-// connection.
+// connection. Small writes wait in the stream and leave with the next
+// larger one or at flush(), so that the head and body of an answer go out
+// in one send.
 #ifndef CIMHOST_CONNECTION_STREAM_H
 #define CIMHOST_CONNECTION_STREAM_H
 
 #include <httplib.h>
 #include <openssl/ssl.h>
+#include <sys/uio.h>
 
 #include <chrono>
 #include <string>
@@ -57,6 +60,9 @@ public:
     // Sends raw bytes (an answer given before any request was parsed).
     void sendRaw(const std::string& text);
 
+    // Sends the writes still waiting; false when the connection failed.
+    bool flush();
+
     // httplib::Stream
     bool is_readable() const override;
     bool is_writable() const override;
@@ -70,6 +76,11 @@ private:
     size_t buffered() const { return _data.size() - _pos; }
     bool waitReadable(int timeoutMs) const;
     bool fill();  // reads more bytes before the deadline
+    // Sends from the pieces given, waiting up to the write time-out for
+    // room; the bytes sent, or -1.
+    ssize_t sendPieces(iovec* pieces, int count);
+    ssize_t writeNow(const char* ptr, size_t size);
+    void lookUpAddresses() const;
 
     int _sock;
     SSL* _ssl = nullptr;
@@ -78,6 +89,13 @@ private:
     Clock::time_point _deadline;
     std::string _data;
     size_t _pos = 0;
+    std::string _out;  // written, not sent yet
+    // The peer's and our own address, looked up once for the connection.
+    mutable bool _addressesKnown = false;
+    mutable std::string _remoteIp;
+    mutable int _remotePort = 0;
+    mutable std::string _localIp;
+    mutable int _localPort = 0;
 };
 
 } // namespace cimhost
