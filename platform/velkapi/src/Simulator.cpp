@@ -496,9 +496,16 @@ api_Status_t Simulator::getTasks(std::int32_t maxAge, int mode, int* count, tsk_
     if (!ensureLoaded(&st))
         return st;
     const std::int64_t t = nowLocked();
-    std::vector<tsk_data_t> out;
+    if (state_.tasks.empty())
+        return okStatus();
+    // Records are written straight into the list the caller gets: room for
+    // every task, of which those the mode keeps are filled.
+    tsk_data_t* out = static_cast<tsk_data_t*>(std::malloc(state_.tasks.size() * sizeof(tsk_data_t)));
+    if (!out)
+        return errStatus(API_ERR_FAILED, "api_getTasks: out of memory");
+    int kept = 0;
     for (const auto& task : state_.tasks) {
-        tsk_data_t rec;
+        tsk_data_t& rec = out[kept];
         taskRecord(task, t, &rec);
         if (rec.tsk_done && maxAge > 0 && rec.tsk_end_time < t - maxAge)
             continue;
@@ -507,15 +514,14 @@ api_Status_t Simulator::getTasks(std::int32_t maxAge, int mode, int* count, tsk_
                           || (mode == API_TASK_READ_COMPLETE && rec.tsk_done && !failed)
                           || (mode == API_TASK_READ_FAIL && failed);
         if (keep)
-            out.push_back(rec);
+            kept++;
     }
-    if (!out.empty()) {
-        *tasks = static_cast<tsk_data_t*>(std::malloc(out.size() * sizeof(tsk_data_t)));
-        if (!*tasks)
-            return errStatus(API_ERR_FAILED, "api_getTasks: out of memory");
-        std::memcpy(*tasks, out.data(), out.size() * sizeof(tsk_data_t));
+    if (kept == 0) {
+        std::free(out);
+        out = nullptr;
     }
-    *count = static_cast<int>(out.size());
+    *tasks = out;
+    *count = kept;
     return okStatus();
 }
 
