@@ -377,11 +377,12 @@ CIMDateTime VELK_ConcreteJobProvider::buildCIMDateTimeInterval(
 String VELK_ConcreteJobProvider::makeUniqueID(Uint32 taskId)
 {
     log_message(4, "--> VELK_ConcreteJobProvider::makeUniqueID\n");
-    char digits[16];
-    snprintf(digits, sizeof(digits), "%u", taskId);
+    // "KORVANE" ":" "task_id:" and the digits, made as one text.
+    char text[32] = "KORVANE:task_id:";
+    const size_t prefix = strlen(text);
+    snprintf(text + prefix, sizeof(text) - prefix, "%u", taskId);
     log_message(4, "<-- VELK_ConcreteJobProvider::makeUniqueID\n");
-    return String("KORVANE") + String(":") + String("task_id:") +
-        String(digits);
+    return String(text);
 }
 
 Uint32 VELK_ConcreteJobProvider::extractTaskIDFromInstanceID(
