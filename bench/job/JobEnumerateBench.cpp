@@ -43,6 +43,19 @@ public:
     }
 };
 
+class CountingPathHandler : public ObjectPathResponseHandler
+{
+public:
+    size_t delivered = 0;
+    void processing() override {}
+    void complete() override {}
+    void deliver(const CIMObjectPath&) override { delivered++; }
+    void deliver(const Array<CIMObjectPath>& list) override
+    {
+        delivered += list.size();
+    }
+};
+
 // Every supported kind of task in turn, in every state.
 std::string largeArray()
 {
@@ -170,6 +183,28 @@ void BM_EnumerateJobs(benchmark::State& state)
 }
 
 BENCHMARK(BM_EnumerateJobs)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+
+void BM_EnumerateJobNames(benchmark::State& state)
+{
+    World& w = world();
+    OperationContext context;
+    context.insert(IdentityContainer(String("bench")));
+    CIMObjectPath classPath(String(), CIMNamespaceName("root/velk"),
+        CIMName("VELK_ConcreteJob"));
+    size_t jobs = 0;
+    for (auto _ : state)
+    {
+        CountingPathHandler handler;
+        w.provider->enumerateInstanceNames(context, classPath, handler);
+        jobs = handler.delivered;
+        benchmark::DoNotOptimize(jobs);
+    }
+    if (jobs != (size_t)kTasks)
+        state.SkipWithError("not every task became a job");
+    state.SetItemsProcessed(state.iterations() * (int64_t)jobs);
+}
+
+BENCHMARK(BM_EnumerateJobNames)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 
 } // namespace
 
