@@ -1,6 +1,7 @@
 // VELK_Common: property and instance helpers, date and time conversion,
 // system identity, object path matching and the event-log record.
 #include "VELK_Common.h"
+#include "PaddedDecimal.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -605,10 +606,20 @@ CIMDateTime VELK_Common::getCIMDateTime(long t)
     long offset = local.tm_gmtoff / 60;
 
     // Printed wide, kept to the 27 characters of the time-stamp buffer.
+    // "%04d%02d%02d%02d%02d%02d.%06d+%03d", written field by field.
     char wide[96];
-    snprintf(wide, sizeof(wide), "%04d%02d%02d%02d%02d%02d.%06d+%03d",
-        local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
-        local.tm_min, local.tm_sec, 0, (int)labs(offset));
+    char* end = wide;
+    end = VelkText::appendPaddedDecimal(end, local.tm_year + 1900, 4);
+    end = VelkText::appendPaddedDecimal(end, local.tm_mon + 1, 2);
+    end = VelkText::appendPaddedDecimal(end, local.tm_mday, 2);
+    end = VelkText::appendPaddedDecimal(end, local.tm_hour, 2);
+    end = VelkText::appendPaddedDecimal(end, local.tm_min, 2);
+    end = VelkText::appendPaddedDecimal(end, local.tm_sec, 2);
+    *end++ = '.';
+    end = VelkText::appendPaddedDecimal(end, 0, 6);
+    *end++ = '+';
+    end = VelkText::appendPaddedDecimal(end, (int)labs(offset), 3);
+    *end = '\0';
     char text[28];
     memset(text, 0, sizeof(text));
     memcpy(text, wide, std::min(strlen(wide), sizeof(text) - 1));

@@ -13,6 +13,7 @@
 #include <Pegasus/Provider/ProviderException.h>
 
 #include "VELK_Common.h"
+#include "PaddedDecimal.h"
 
 PEGASUS_NAMESPACE_BEGIN
 
@@ -361,9 +362,16 @@ CIMDateTime VELK_ConcreteJobProvider::buildCIMDateTimeInterval(
     Uint32 intervalSecs, Uint32 intervalUSecs)
 {
     log_message(4, "--> VELK_ConcreteJobProvider::buildCIMDateTimeInterval\n");
+    // "%08u%02u%02u%02u.%06u:000", written field by field.
     char text[80];
-    snprintf(text, sizeof(text), "%08u%02u%02u%02u.%06u:000", intervalDays,
-        intervalHours, intervalMinutes, intervalSecs, intervalUSecs);
+    char* end = text;
+    end = VelkText::appendPaddedDecimal(end, intervalDays, 8);
+    end = VelkText::appendPaddedDecimal(end, intervalHours, 2);
+    end = VelkText::appendPaddedDecimal(end, intervalMinutes, 2);
+    end = VelkText::appendPaddedDecimal(end, intervalSecs, 2);
+    *end++ = '.';
+    end = VelkText::appendPaddedDecimal(end, intervalUSecs, 6);
+    memcpy(end, ":000", 5);
     CIMDateTime interval;
     interval.set(String(text));
     log_message(4, "<-- VELK_ConcreteJobProvider::buildCIMDateTimeInterval\n");
@@ -380,7 +388,7 @@ String VELK_ConcreteJobProvider::makeUniqueID(Uint32 taskId)
     // "KORVANE" ":" "task_id:" and the digits, made as one text.
     char text[32] = "KORVANE:task_id:";
     const size_t prefix = strlen(text);
-    snprintf(text + prefix, sizeof(text) - prefix, "%u", taskId);
+    *VelkText::appendPaddedDecimal(text + prefix, taskId, 0) = '\0';
     log_message(4, "<-- VELK_ConcreteJobProvider::makeUniqueID\n");
     return String(text);
 }

@@ -153,6 +153,8 @@ TEST(VelkCommonDateTime, TimeStampTextsInSeveralZones)
             "20240701140000.000000+120"},
         // West of Greenwich by less than an hour: the sign still shows.
         {"XXX0:30", 0, "19691231233000.000000-030"},
+        // A year of three digits is padded to four.
+        {"UTC0", -30636384833L, "09990304050607.000000+000"},
     };
     for (const Row& r : rows)
     {
