@@ -4,6 +4,7 @@
 // again over the same state file, clients that hang up in the middle of an
 // answer, and request bodies over the size limit.
 #include "support/DemoServer.h"
+#include "support/HttpConnection.h"
 
 #include <cimhost/EmbeddedServer.h>
 #include <velkapi_control.hpp>
@@ -698,31 +699,6 @@ TEST(Logs, ServerArrayAndEventLogsTurnOverAtTheirConfiguredSize)
 // ---------------------------------------------------------------------------
 // Clients that hang up, and bodies over the limit.
 
-std::string base64(const std::string& in)
-{
-    static const char* const abc =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string out;
-    size_t i = 0;
-    for (; i + 2 < in.size(); i += 3)
-    {
-        unsigned v = (unsigned char)in[i] << 16 | (unsigned char)in[i + 1] << 8 |
-            (unsigned char)in[i + 2];
-        out += {abc[v >> 18], abc[(v >> 12) & 63], abc[(v >> 6) & 63], abc[v & 63]};
-    }
-    if (i + 1 == in.size())
-    {
-        unsigned v = (unsigned char)in[i] << 16;
-        out += {abc[v >> 18], abc[(v >> 12) & 63], '=', '='};
-    }
-    else if (i + 2 == in.size())
-    {
-        unsigned v = (unsigned char)in[i] << 16 | (unsigned char)in[i + 1] << 8;
-        out += {abc[v >> 18], abc[(v >> 12) & 63], abc[(v >> 6) & 63], '='};
-    }
-    return out;
-}
-
 const char* const kEnumerateJobs =
     "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n"
     "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"4711\" PROTOCOLVERSION=\"1.0\">"
@@ -765,14 +741,11 @@ protected:
         return fd;
     }
 
-    static std::string request(const std::string& body, size_t contentLength)
+    static std::string request(const std::string& body)
     {
         const e2e::DemoServer::Options& o = server->options();
-        return "POST /cimom HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server->port()) +
-            "\r\nContent-Type: application/xml; charset=\"utf-8\"\r\nContent-Length: " +
-            std::to_string(contentLength) + "\r\nCIMOperation: MethodCall\r\n"
-            "CIMMethod: EnumerateInstances\r\nCIMObject: root%2Fvelk\r\nAuthorization: Basic " +
-            base64(o.user + ":" + o.password) + "\r\n\r\n" + body;
+        return e2e::HttpConnection::cimRequest("EnumerateInstances", "root%2Fvelk", body, o.user,
+            o.password, false);
     }
 
     static bool sendAll(int fd, const std::string& data)
@@ -842,7 +815,7 @@ TEST_F(Hangups, ClientsThatCloseMidAnswerLeaveTheServerServing)
     int fd = openSocket();
     ASSERT_GE(fd, 0);
     const std::string body = kEnumerateJobs;
-    ASSERT_TRUE(sendAll(fd, request(body, body.size())));
+    ASSERT_TRUE(sendAll(fd, request(body)));
     std::string whole = receive(fd, 1u << 30);
     ::close(fd);
     ASSERT_EQ(0u, whole.find("HTTP/1.1 200")) << whole.substr(0, 200);
@@ -859,7 +832,7 @@ TEST_F(Hangups, ClientsThatCloseMidAnswerLeaveTheServerServing)
                 return;
             std::string pipeline;
             for (int i = 0; i < 20; i++)
-                pipeline += request(body, body.size());
+                pipeline += request(body);
             sendAll(s, pipeline);
             receive(s, 100);
             if (t % 2)
@@ -875,7 +848,7 @@ TEST_F(Hangups, ClientsThatCloseMidAnswerLeaveTheServerServing)
     // A request cut off in the middle of its body, and one in its headers.
     fd = openSocket();
     ASSERT_GE(fd, 0);
-    std::string cut = request(body, body.size());
+    std::string cut = request(body);
     ASSERT_TRUE(sendAll(fd, cut.substr(0, cut.size() - body.size() / 2)));
     ::close(fd);
     fd = openSocket();
@@ -895,7 +868,7 @@ TEST_F(Hangups, BodiesOverTheLimitAreRefusedWith413)
     ASSERT_GE(fd, 0);
     std::string big(8192, ' ');
     big.replace(0, std::char_traits<char>::length(kEnumerateJobs), kEnumerateJobs);
-    ASSERT_TRUE(sendAll(fd, request(big, big.size())));
+    ASSERT_TRUE(sendAll(fd, request(big)));
     std::string answer = receive(fd, 1u << 20);
     ::close(fd);
     EXPECT_EQ(0u, answer.find("HTTP/1.1 413 Payload Too Large\r\n")) << answer.substr(0, 200);
