@@ -1,5 +1,5 @@
 // The MOF compiler: literals, declarations, instances, includes, namespaces
-// and the errors it stops with.
+// and the errors it stops with, in text and in files on disk.
 #include "TestSupport.h"
 
 #include <Pegasus/Common/CIMDateTime.h>
@@ -9,6 +9,11 @@
 #include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Common/CIMQualifier.h>
 #include <Pegasus/Common/CIMScope.h>
+
+#include <algorithm>
+#include <dirent.h>
+#include <fstream>
+#include <vector>
 
 using namespace Pegasus;
 using namespace cimhost;
@@ -75,6 +80,7 @@ TEST_F(MofCompilerTest, LiteralsOfEveryKindBecomeTypedDefaults)
             boolean Off = false;
             char16 Letter = 'A';
             char16 Escaped = '\x263A';
+            char16 Quote = '\'';
             string Text = "a\"b\\c\t" "\x41" /* joined */ "z";
             datetime When = "20240131235959.123456+060";
             string List[] = { "x", "y" };
@@ -94,6 +100,7 @@ TEST_F(MofCompilerTest, LiteralsOfEveryKindBecomeTypedDefaults)
     EXPECT_FALSE(get<Boolean>(defaultOf("T_Lit", "Off")));
     EXPECT_EQ(Uint16(get<Char16>(defaultOf("T_Lit", "Letter"))), 'A');
     EXPECT_EQ(Uint16(get<Char16>(defaultOf("T_Lit", "Escaped"))), 0x263A);
+    EXPECT_EQ(Uint16(get<Char16>(defaultOf("T_Lit", "Quote"))), '\'');
     EXPECT_EQ(str(get<String>(defaultOf("T_Lit", "Text"))), "a\"b\\c\tAz");
     EXPECT_EQ(str(get<CIMDateTime>(defaultOf("T_Lit", "When")).toString()), "20240131235959.123456+060");
     Array<String> list = get<Array<String>>(defaultOf("T_Lit", "List"));
@@ -382,6 +389,7 @@ TEST_F(MofCompilerTest, IncludesAreRelativeAndNamespacesScopedPerFile)
     dir.write("quals.mof", "Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride);\n");
     std::string main = dir.write("main.mof",
         "// the entry file\n"
+        "#pragma locale(\"en_US\")\n"
         "#pragma namespace(\"root/first\")\n"
         "#pragma include(\"quals.mof\")\n"
         "#pragma include(\"sub/one.mof\")\n"
@@ -413,6 +421,55 @@ TEST_F(MofCompilerTest, IncludesAreRelativeAndNamespacesScopedPerFile)
     dir.write("loop.mof", "#pragma include(\"loop.mof\")\n");
     EXPECT_THROW(MofCompiler(r).compileFile(dir.path() + "/loop.mof"), MofError);
     EXPECT_THROW(MofCompiler(r).compileFile(dir.path() + "/absent.mof"), MofError);
+}
+
+// Bad files on disk: the first line of each says which error (file, line,
+// message) it must stop with.
+TEST(MofFiles, EachBadFileStopsWithItsError)
+{
+    std::vector<std::string> files;
+    std::string dir = std::string(VELK_SOURCE_DIR) + "/server/repository/tests/mof/bad";
+    DIR* d = opendir(dir.c_str());
+    ASSERT_NE(d, nullptr);
+    while (dirent* e = readdir(d))
+    {
+        std::string n = e->d_name;
+        if (n.size() > 4 && n.compare(n.size() - 4, 4, ".mof") == 0)
+            files.push_back(n);
+    }
+    closedir(d);
+    std::sort(files.begin(), files.end());
+    ASSERT_GE(files.size(), 8u);
+    for (const std::string& name : files)
+    {
+        SCOPED_TRACE(name);
+        std::ifstream in(dir + "/" + name);
+        std::string first;
+        std::getline(in, first);
+        const std::string tag = "// expect ";
+        ASSERT_EQ(first.compare(0, tag.size(), tag), 0) << "first line must say what to expect";
+        std::string expect = first.substr(tag.size());
+        std::string expectFile = name;
+        if (expect.find(".mof ") != std::string::npos)
+        {
+            expectFile = expect.substr(0, expect.find(' '));
+            expect = expect.substr(expectFile.size() + 1);
+        }
+        unsigned line = unsigned(std::stoul(expect));
+        std::string message = expect.substr(expect.find(": ") + 2);
+        Repository repo;
+        try
+        {
+            MofCompiler(repo).compileFile(dir + "/" + name);
+            ADD_FAILURE() << "compiled without error";
+        }
+        catch (const MofError& e)
+        {
+            EXPECT_EQ(e.file(), dir + "/" + expectFile);
+            EXPECT_EQ(e.line(), line);
+            EXPECT_EQ(e.message(), message);
+        }
+    }
 }
 
 } // namespace
