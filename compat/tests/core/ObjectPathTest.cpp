@@ -61,7 +61,7 @@ TEST(CIMObjectPath, TextForm)
         "Sample_Disk.Id=0x1F,Online=TRUE");
 }
 
-TEST(CIMObjectPath, HostWithoutNamespaceAndEmptyPath)
+TEST(CIMObjectPath, SettingPartsAndText)
 {
     CIMObjectPath p;
     EXPECT_EQ(text(p), "");
@@ -72,6 +72,20 @@ TEST(CIMObjectPath, HostWithoutNamespaceAndEmptyPath)
     EXPECT_EQ(text(p), "//h/root:C");
     p.setHost(String());
     EXPECT_EQ(text(p), "root:C");
+
+    // Setting from text replaces every part.
+    p = CIMObjectPath("//h/root:A.k=1");
+    p = String("B.x=\"y\"");
+    EXPECT_EQ(p.getHost(), "");
+    EXPECT_TRUE(p.getNameSpace().isNull());
+    EXPECT_EQ(text(p), "B.x=\"y\"");
+    p.set("ns:C");
+    EXPECT_EQ(p.getKeyBindings().size(), 0u);
+    EXPECT_EQ(text(p), "ns:C");
+    EXPECT_THROW(p.set("ns:"), MalformedObjectNameException);
+    p.clear();
+    EXPECT_EQ(text(p), "");
+    EXPECT_TRUE(p.getClassName().isNull());
 }
 
 TEST(CIMObjectPath, ParseRoundTrips)
@@ -321,20 +335,4 @@ TEST(CIMKeyBinding, EqualConvertsToTheValueType)
         .equal(CIMValue(CIMObjectPath("C.a=2,B=1"))));
     EXPECT_TRUE(key("B", "false", CIMKeyBinding::BOOLEAN).equal(CIMValue(false)));
     EXPECT_FALSE(n.equal(CIMValue(Array<Uint8>(1, 42))));
-}
-
-TEST(CIMObjectPath, SetFromTextReplacesEveryPart)
-{
-    CIMObjectPath p("//h/root:A.k=1");
-    p = String("B.x=\"y\"");
-    EXPECT_EQ(p.getHost(), "");
-    EXPECT_TRUE(p.getNameSpace().isNull());
-    EXPECT_EQ(text(p), "B.x=\"y\"");
-    p.set("ns:C");
-    EXPECT_EQ(p.getKeyBindings().size(), 0u);
-    EXPECT_EQ(text(p), "ns:C");
-    EXPECT_THROW(p.set("ns:"), MalformedObjectNameException);
-    p.clear();
-    EXPECT_EQ(text(p), "");
-    EXPECT_TRUE(p.getClassName().isNull());
 }
