@@ -106,10 +106,15 @@ DemoServer::DemoServer(Options options) : _options(std::move(options))
         throw std::runtime_error("cannot make a temporary folder");
     _dir = tmpl;
     std::ofstream(stateFile()) << readFile(_options.stateTemplate);
-    Result added = run({_options.cimhost, "passwd", "add", _options.user,
+    addUser(_options.user);
+}
+
+void DemoServer::addUser(const std::string& user) const
+{
+    Result added = run({_options.cimhost, "passwd", "add", user,
         "--password-file", _dir + "/cimhost.passwd"}, _options.password + "\n");
     if (added.status != 0)
-        throw std::runtime_error("cimhost passwd add failed: " + added.out);
+        throw std::runtime_error("cimhost passwd add " + user + " failed: " + added.out);
 }
 
 DemoServer::~DemoServer()

@@ -55,6 +55,9 @@ public:
     DemoServer(const DemoServer&) = delete;
     DemoServer& operator=(const DemoServer&) = delete;
 
+    // Adds a user with the server's password to its password file; throws
+    // std::runtime_error when cimhost refuses.
+    void addUser(const std::string& user) const;
     // Starts cimhost on a free loopback port; throws std::runtime_error with
     // the server's log when it does not come up.
     void start();
