@@ -1,7 +1,7 @@
 // End to end: the volumes the demo array's copy jobs work on, as
 // VELK_AffectedJobElement, asked over HTTP with CIMClient and wbemcli from
 // the job side and from the volume side, with every association filter.
-#include "support/DemoServer.h"
+#include "support/CimClientTest.h"
 
 #include <gtest/gtest.h>
 
@@ -19,49 +19,13 @@ using namespace Pegasus;
 namespace
 {
 
-const char* const kUser = "storageadmin";
-const char* const kPassword = "affected-Pass-3391";
 const CIMNamespaceName kVelk("root/velk");
 
-e2e::DemoServer* server = nullptr;
-
-class AffectedJobElementE2E : public ::testing::Test
+class AffectedJobElementE2E : public e2e::CimClientTest
 {
-protected:
-    static void SetUpTestSuite()
-    {
-        e2e::DemoServer::Options o;
-        o.user = kUser;
-        o.password = kPassword;
-        o.hostName = "velk-ctl01";
-        server = new e2e::DemoServer(o);
-        server->start();
-    }
-    static void TearDownTestSuite()
-    {
-        delete server;
-        server = nullptr;
-    }
-
-    void SetUp() override { client.connect("127.0.0.1", server->port(), kUser, kPassword); }
-    void TearDown() override { client.disconnect(); }
-
-    CIMClient client;
 };
 
-std::string text(const String& s)
-{
-    return std::string((const char*)s.getCString());
-}
-
-std::string key(const CIMObjectPath& path, const char* name)
-{
-    Array<CIMKeyBinding> keys = path.getKeyBindings();
-    for (Uint32 i = 0; i < keys.size(); i++)
-        if (keys[i].getName().equal(CIMName(name)))
-            return text(keys[i].getValue());
-    return std::string();
-}
+using e2e::key;
 
 // "1001" from a job path, "vol_db01" from a volume path.
 std::string shortName(const CIMObjectPath& path)

@@ -2,7 +2,7 @@
 // pages of every Open.../Pull... operation carry exactly what the classic
 // operation answers, in the same order, and the context errors arrive with
 // their standard codes.
-#include "support/DemoServer.h"
+#include "support/CimClientTest.h"
 
 #include <Pegasus/Client/CIMClient.h>
 #include <Pegasus/Internal/CIMPullClient.h>
@@ -22,31 +22,9 @@ namespace
 
 const CIMNamespaceName NS("root/velk");
 
-std::string str(const String& s)
-{
-    return std::string(static_cast<const char*>(s.getCString()));
-}
-
-class PullE2E : public ::testing::Test
+class PullE2E : public e2e::CimClientTest
 {
 protected:
-    static void SetUpTestSuite()
-    {
-        e2e::DemoServer::Options o;
-        o.hostName = "velk-ctl01";
-        server = new e2e::DemoServer(o);
-        server->start();
-    }
-    static void TearDownTestSuite()
-    {
-        delete server;
-        server = nullptr;
-    }
-    void SetUp() override
-    {
-        client.connect("127.0.0.1", Uint32(server->port()), "storageadmin", "e2e-Pass-4471");
-    }
-
     static CIMPullRequest firstPage(Uint32 maxObjectCount)
     {
         CIMPullRequest r;
@@ -83,12 +61,8 @@ protected:
         }
     }
 
-    static e2e::DemoServer* server;
-    CIMClient client;
     CIMPullClient pull{client};
 };
-
-e2e::DemoServer* PullE2E::server = nullptr;
 
 CIMObjectPath localPath(const CIMObjectPath& path)
 {
@@ -106,17 +80,17 @@ void expectSameInstances(const Array<CIMInstance>& classic, const std::vector<CI
     for (Uint32 i = 0; i < classic.size(); i++)
     {
         const CIMObjectPath& path = pulled[i].getPath();
-        EXPECT_EQ(str(localPath(classic[i].getPath()).toString()),
-            str(localPath(path).toString()));
-        EXPECT_EQ("velk-ctl01", str(path.getHost()));
-        EXPECT_EQ("root/velk", str(path.getNameSpace().getString()));
+        EXPECT_EQ(e2e::text(localPath(classic[i].getPath()).toString()),
+            e2e::text(localPath(path).toString()));
+        EXPECT_EQ("velk-ctl01", e2e::text(path.getHost()));
+        EXPECT_EQ("root/velk", e2e::text(path.getNameSpace().getString()));
         // Running jobs advance between the two requests: compare the shape.
         ASSERT_EQ(classic[i].getPropertyCount(), pulled[i].getPropertyCount());
         for (Uint32 p = 0; p < classic[i].getPropertyCount(); p++)
         {
             CIMConstProperty property = classic[i].getProperty(p);
             Uint32 at = pulled[i].findProperty(property.getName());
-            ASSERT_NE(PEG_NOT_FOUND, at) << str(property.getName().getString());
+            ASSERT_NE(PEG_NOT_FOUND, at) << e2e::text(property.getName().getString());
             EXPECT_EQ(property.getType(), pulled[i].getProperty(at).getType());
         }
     }
@@ -139,8 +113,8 @@ TEST_F(PullE2E, PagedJobsAreTheClassicEnumerationInOrder)
         for (Uint32 i = 0; i < names.size(); i++)
         {
             // Pull answers carry full paths, the classic one instance names.
-            EXPECT_EQ("//velk-ctl01/root/velk:" + str(names[i].toString()),
-                str(paths[i].toString()));
+            EXPECT_EQ("//velk-ctl01/root/velk:" + e2e::text(names[i].toString()),
+                e2e::text(paths[i].toString()));
         }
     }
 }
@@ -172,14 +146,14 @@ TEST_F(PullE2E, AssociationPagesAreTheClassicAnswers)
         walkPaths(pull.openReferenceInstancePaths(NS, job, CIMName(), String(), firstPage(5)), 5);
     ASSERT_EQ(refNames.size(), refPaths.size());
     for (Uint32 i = 0; i < refNames.size(); i++)
-        EXPECT_EQ(str(refNames[i].toString()), str(refPaths[i].toString()));
+        EXPECT_EQ(e2e::text(refNames[i].toString()), e2e::text(refPaths[i].toString()));
 
     Array<CIMObjectPath> assocNames = client.associatorNames(NS, job);
     std::vector<CIMObjectPath> assocPaths = walkPaths(pull.openAssociatorInstancePaths(NS,
         job, CIMName(), CIMName(), String(), String(), firstPage(5)), 5);
     ASSERT_EQ(assocNames.size(), assocPaths.size());
     for (Uint32 i = 0; i < assocNames.size(); i++)
-        EXPECT_EQ(str(assocNames[i].toString()), str(assocPaths[i].toString()));
+        EXPECT_EQ(e2e::text(assocNames[i].toString()), e2e::text(assocPaths[i].toString()));
 }
 
 TEST_F(PullE2E, ContextErrorsAndCloseOverTheWire)
@@ -198,7 +172,7 @@ TEST_F(PullE2E, ContextErrorsAndCloseOverTheWire)
         {"paths from an instance enumeration",
             [&] { pull.pullInstancePaths(NS, name, 5); },
             CIM_ERR_INVALID_ENUMERATION_CONTEXT,
-            "CIM_ERR_INVALID_ENUMERATION_CONTEXT: " + str(name) +
+            "CIM_ERR_INVALID_ENUMERATION_CONTEXT: " + e2e::text(name) +
                 " delivers instances, not paths"},
         {"unknown context", [&] { pull.pullInstancesWithPath(NS, "nope", 5); },
             CIM_ERR_INVALID_ENUMERATION_CONTEXT, "CIM_ERR_INVALID_ENUMERATION_CONTEXT: nope"},
@@ -231,7 +205,7 @@ TEST_F(PullE2E, ContextErrorsAndCloseOverTheWire)
         catch (const CIMException& e)
         {
             EXPECT_EQ(c.code, e.getCode());
-            EXPECT_EQ(c.description, str(e.getMessage()));
+            EXPECT_EQ(c.description, e2e::text(e.getMessage()));
         }
     }
     // The context survived the wrong pull; close ends it.

@@ -2,7 +2,7 @@
 // jobs: embedded instances nested in embedded objects, instance qualifiers on
 // request, method names the class does not declare, and the error texts the
 // server writes itself.
-#include "support/DemoServer.h"
+#include "support/CimClientTest.h"
 
 #include <gtest/gtest.h>
 
@@ -24,8 +24,6 @@ using namespace Pegasus;
 namespace
 {
 
-const char kUser[] = "storageadmin";
-const char kPassword[] = "wire-Pass-5120";
 const CIMNamespaceName kVelk("root/velk");
 const CIMNamespaceName kInterop("root/PG_InterOp");
 
@@ -34,41 +32,23 @@ const CIMNamespaceName kInterop("root/PG_InterOp");
 const char kRuledMethod[] = "Defragment";
 const char kUnruledMethod[] = "Frobnicate";
 
-std::string str(const String& s)
-{
-    return std::string(static_cast<const char*>(s.getCString()));
-}
-
 CIMObjectPath jobPath(const char* className, int taskId)
 {
     return CIMObjectPath(String((std::string(className) + ".InstanceID=\"KORVANE:task_id:" +
         std::to_string(taskId) + "\"").c_str()));
 }
 
-e2e::DemoServer* server = nullptr;
-
-class WireAnswers : public ::testing::Test
+class WireAnswers : public e2e::CimClientTest
 {
 protected:
     static void SetUpTestSuite()
     {
-        e2e::DemoServer::Options options;
-        options.user = kUser;
-        options.password = kPassword;
-        server = new e2e::DemoServer(options);
+        server = new e2e::DemoServer(demoOptions());
         nlohmann::json state = nlohmann::json::parse(e2e::readFile(server->stateFile()));
         state["cim_operations"][std::string("velk_concretejob.") + kRuledMethod] = "browse";
         std::ofstream(server->stateFile()) << state.dump(1);
         server->start();
     }
-    static void TearDownTestSuite()
-    {
-        delete server;
-        server = nullptr;
-    }
-
-    void SetUp() override { client.connect("127.0.0.1", server->port(), kUser, kPassword); }
-    void TearDown() override { client.disconnect(); }
 
     // The description of the CIM error the call answers ("" if none).
     static std::string errorOf(const std::function<void()>& call)
@@ -79,12 +59,10 @@ protected:
         }
         catch (const CIMException& e)
         {
-            return str(e.getMessage());
+            return e2e::text(e.getMessage());
         }
         return std::string();
     }
-
-    CIMClient client;
 };
 
 bool hasQualifier(const CIMConstInstance& instance, const char* name)
@@ -117,7 +95,7 @@ TEST_F(WireAnswers, EmbeddedInstancesInsideEmbeddedObjectsDecodeAsInstances)
     Array<CIMInstance> results = client.enumerateInstances(kVelk, CIMName("VELK_MethodResult"));
     CIMInstance failed;
     for (Uint32 i = 0; i < results.size(); i++)
-        if (str(results[i].getPath().toString()).find("task_id:1003") != std::string::npos)
+        if (e2e::text(results[i].getPath().toString()).find("task_id:1003") != std::string::npos)
             failed = results[i];
     ASSERT_FALSE(failed.isUninitialized());
 
@@ -142,7 +120,7 @@ TEST_F(WireAnswers, EmbeddedInstancesInsideEmbeddedObjectsDecodeAsInstances)
     Array<CIMInstance> list;
     errors.get(list);
     ASSERT_EQ(1u, list.size());
-    EXPECT_EQ("CIM_Error", str(list[0].getClassName().getString()));
+    EXPECT_EQ("CIM_Error", e2e::text(list[0].getClassName().getString()));
     EXPECT_NE(PEG_NOT_FOUND, list[0].findProperty(CIMName("CIMStatusCode")));
 }
 
