@@ -3,7 +3,7 @@
 // simulator's control interface), a cimhost killed with SIGKILL and started
 // again over the same state file, clients that hang up in the middle of an
 // answer, and request bodies over the size limit.
-#include "support/DemoServer.h"
+#include "support/CimClientTest.h"
 #include "support/HttpConnection.h"
 
 #include <cimhost/EmbeddedServer.h>
@@ -53,17 +53,8 @@ const std::string kNotFound = "VELK_ConcreteJobProvider CIM Object not found.";
 const std::string kNotFoundError = "CIM 6: CIM_ERR_NOT_FOUND: " + kNotFound;
 const std::string kFailedError = "CIM 1: CIM_ERR_FAILED: ";
 
-std::string text(const String& s)
-{
-    return std::string(static_cast<const char*>(s.getCString()));
-}
-
-CIMObjectPath jobPath(const std::string& id)
-{
-    Array<CIMKeyBinding> keys;
-    keys.append(CIMKeyBinding(CIMName("InstanceID"), String(id.c_str()), CIMKeyBinding::STRING));
-    return CIMObjectPath(String(), kNs, CIMName("VELK_ConcreteJob"), keys);
-}
+using e2e::jobPath;
+using e2e::text;
 
 std::string stringProperty(const CIMInstance& inst, const char* name)
 {
@@ -99,18 +90,6 @@ bool running(int state)
 std::string taskId(const std::string& instanceId)
 {
     return instanceId.substr(instanceId.find("task_id:") + 8);
-}
-
-Uint32 requestStateChange(CIMClient& client, const std::string& id)
-{
-    Array<CIMParamValue> in;
-    Array<CIMParamValue> out;
-    in.append(CIMParamValue(String("RequestedState"), CIMValue(Uint16(4))));
-    CIMValue rc = client.invokeMethod(kNs, jobPath(id), CIMName("RequestStateChange"), in, out);
-    Uint32 value = 0;
-    if (!rc.isNull() && rc.getType() == CIMTYPE_UINT32)
-        rc.get(value);
-    return value;
 }
 
 struct Jobs
@@ -320,7 +299,7 @@ TEST_F(FaultsWhileServing, EveryAnswerIsTheSpecifiedOneAndServingGoesOnAfterward
          }, {"instance:" + end1, kNotFoundError + end1, kNotFoundError + end1,
              "instance:" + end1}},
         {"RequestStateChange ended", [end1](CIMClient& c) {
-             return "rc:" + std::to_string(requestStateChange(c, end1));
+             return "rc:" + std::to_string(e2e::terminateJob(c, end1));
          }, {"rc:4", kNotFoundError, kNotFoundError, "rc:4"}},
         {"DeleteInstance running", [run1](CIMClient& c) {
              c.deleteInstance(kNs, jobPath(run1));
@@ -333,7 +312,7 @@ TEST_F(FaultsWhileServing, EveryAnswerIsTheSpecifiedOneAndServingGoesOnAfterward
          }, {"objects:" + std::to_string(ownedJobs), "objects:0", "objects:0",
              "objects:" + std::to_string(ownedJobs)}},
         {"RequestStateChange running", [victimRun](CIMClient& c) {
-             return "rc:" + std::to_string(requestStateChange(c, victimRun));
+             return "rc:" + std::to_string(e2e::terminateJob(c, victimRun));
          }, {"", "", "", "rc:4"}, true},
         {"DeleteInstance ended", [victimEnd](CIMClient& c) {
              c.deleteInstance(kNs, jobPath(victimEnd));
@@ -420,7 +399,7 @@ TEST_F(FaultsWhileServing, EveryAnswerIsTheSpecifiedOneAndServingGoesOnAfterward
     Jobs after = listJobs(probe);
     EXPECT_EQ(before.ids, after.ids);
     EXPECT_EQ(before.states, after.states);
-    EXPECT_EQ(4096u, requestStateChange(probe, victimRun));
+    EXPECT_EQ(4096u, e2e::terminateJob(probe, victimRun));
     EXPECT_NO_THROW(probe.deleteInstance(kNs, jobPath(victimEnd)));
     Jobs changed = listJobs(probe);
     EXPECT_EQ(before.ids.size() - 1, changed.ids.size());
@@ -438,8 +417,7 @@ TEST(KilledServer, ChangesTheArrayAcceptedSurviveSigkillAndRestart)
     server.start();
 
     CIMClient client;
-    client.connect("127.0.0.1", Uint32(server.port()), "storageadmin",
-        String(options.password.c_str()));
+    e2e::connect(client, server);
     Jobs before = listJobs(client);
     std::vector<std::string> cancelled;
     std::vector<std::string> deleted;
@@ -453,7 +431,7 @@ TEST(KilledServer, ChangesTheArrayAcceptedSurviveSigkillAndRestart)
     ASSERT_EQ(3u, cancelled.size());
     ASSERT_EQ(3u, deleted.size());
     for (const std::string& id : cancelled)
-        ASSERT_EQ(4096u, requestStateChange(client, id)) << id;
+        ASSERT_EQ(4096u, e2e::terminateJob(client, id)) << id;
     for (const std::string& id : deleted)
         ASSERT_NO_THROW(client.deleteInstance(kNs, jobPath(id))) << id;
     Jobs changed = listJobs(client);
@@ -462,8 +440,7 @@ TEST(KilledServer, ChangesTheArrayAcceptedSurviveSigkillAndRestart)
     server.kill9();
     server.start();
     CIMClient again;
-    again.connect("127.0.0.1", Uint32(server.port()), "storageadmin",
-        String(options.password.c_str()));
+    e2e::connect(again, server);
     Jobs restarted = listJobs(again);
     EXPECT_EQ(changed.ids, restarted.ids);
     EXPECT_EQ(changed.states, restarted.states);
@@ -569,8 +546,7 @@ TEST(KilledServer, EveryChangeOnDiskHasItsEventLineWhereverTheKillLands)
                 try
                 {
                     CIMClient client;
-                    client.connect("127.0.0.1", Uint32(server.port()), "storageadmin",
-                        String(options.password.c_str()));
+                    e2e::connect(client, server);
                     int n = 0;
                     for (const auto& task : before)
                     {
@@ -578,7 +554,7 @@ TEST(KilledServer, EveryChangeOnDiskHasItsEventLineWhereverTheKillLands)
                             continue;
                         std::string id = "KORVANE:task_id:" + std::to_string(task.first);
                         if (task.second == "running")
-                            requestStateChange(client, id);
+                            e2e::terminateJob(client, id);
                         else if (task.second == "completed")
                             client.deleteInstance(kNs, jobPath(id));
                     }
@@ -632,8 +608,7 @@ TEST(KilledServer, EveryChangeOnDiskHasItsEventLineWhereverTheKillLands)
 
         server.start();
         CIMClient again;
-        again.connect("127.0.0.1", Uint32(server.port()), "storageadmin",
-            String(options.password.c_str()));
+        e2e::connect(again, server);
         EXPECT_FALSE(listJobs(again).ids.empty());
         again.disconnect();
         for (const auto& entry : std::filesystem::directory_iterator(server.dir()))
@@ -662,8 +637,7 @@ TEST(Logs, ServerArrayAndEventLogsTurnOverAtTheirConfiguredSize)
         ::unsetenv(e.first);
 
     CIMClient client;
-    client.connect("127.0.0.1", Uint32(server.port()), "storageadmin",
-        String(options.password.c_str()));
+    e2e::connect(client, server);
     for (int i = 0; i < 100; i += 2)
         client.deleteInstance(kNs, jobPath("KORVANE:task_id:" + std::to_string(5000 + i)));
     client.disconnect();
@@ -795,8 +769,7 @@ protected:
     static size_t countJobs()
     {
         CIMClient client;
-        client.connect("127.0.0.1", Uint32(server->port()), "storageadmin",
-            String(server->options().password.c_str()));
+        e2e::connect(client, *server);
         return client.enumerateInstances(kNs, CIMName("VELK_ConcreteJob"), true, false, true,
             true, CIMPropertyList()).size();
     }
@@ -875,8 +848,7 @@ TEST_F(Hangups, BodiesOverTheLimitAreRefusedWith413)
 
     // Through the client: a method call with a parameter too long to send.
     CIMClient client;
-    client.connect("127.0.0.1", Uint32(server->port()), "storageadmin",
-        String(server->options().password.c_str()));
+    e2e::connect(client, *server);
     Array<CIMParamValue> in;
     Array<CIMParamValue> out;
     in.append(CIMParamValue(String("RequestedState"), CIMValue(Uint16(4))));
@@ -896,8 +868,7 @@ TEST_F(Hangups, BodiesOverTheLimitAreRefusedWith413)
     // the client's own.
     EXPECT_GT(countJobs(), 10u);
     client.disconnect();
-    client.connect("127.0.0.1", Uint32(server->port()), "storageadmin",
-        String(server->options().password.c_str()));
+    e2e::connect(client, *server);
     EXPECT_GT(client.enumerateInstanceNames(kNs, CIMName("VELK_ConcreteJob")).size(), 10u);
 }
 

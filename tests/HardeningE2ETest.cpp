@@ -2,7 +2,7 @@
 // may change the schema and the stored instances, job keys that must name
 // exactly one job, and providers' local connections that reach their own
 // server whatever the socket configuration and however busy the socket is.
-#include "support/DemoServer.h"
+#include "support/CimClientTest.h"
 
 #include <Pegasus/Client/CIMClient.h>
 #include <Pegasus/Client/CIMClientException.h>
@@ -34,30 +34,10 @@ namespace
 
 const CIMNamespaceName kVelk("root/velk");
 const CIMNamespaceName kInterop("root/PG_InterOp");
-const std::string kPassword = "hardening-Pass-3";
 
-std::string text(const String& s)
-{
-    return std::string(static_cast<const char*>(s.getCString()));
-}
-
-// "ok", or "CIM <code>: <description>" of the refusal.
-std::string outcome(const std::function<void()>& request)
-{
-    try
-    {
-        request();
-        return "ok";
-    }
-    catch (const CIMException& e)
-    {
-        return "CIM " + std::to_string(int(e.getCode())) + ": " + text(e.getMessage());
-    }
-    catch (const Exception& e)
-    {
-        return "other: " + text(e.getMessage());
-    }
-}
+using e2e::jobPath;
+using e2e::outcome;
+using e2e::text;
 
 int codeOf(const std::string& outcomeText)
 {
@@ -72,38 +52,11 @@ std::string processUser()
     return pw ? pw->pw_name : "";
 }
 
-void addUser(const e2e::DemoServer& server, const std::string& user)
-{
-    e2e::Result r = e2e::run({VELK_BIN_DIR "/cimhost", "passwd", "add", user, "--password-file",
-        server.dir() + "/cimhost.passwd"}, kPassword + "\n");
-    ASSERT_EQ(0, r.status) << r.out;
-}
-
-e2e::DemoServer::Options withPassword(e2e::DemoServer::Options options)
-{
-    options.password = kPassword;
-    return options;
-}
-
-void connectAs(CIMClient& client, const e2e::DemoServer& server, const std::string& user)
-{
-    client.connect("127.0.0.1", Uint32(server.port()), String(user.c_str()),
-        String(kPassword.c_str()));
-}
-
 void connectLocal(CIMClient& client, const e2e::DemoServer& server)
 {
     ::setenv("CIMHOST_SOCKET", server.socketPath().c_str(), 1);
     client.connectLocal();
     ::unsetenv("CIMHOST_SOCKET");
-}
-
-CIMObjectPath jobPath(const std::string& instanceId)
-{
-    Array<CIMKeyBinding> keys;
-    keys.append(CIMKeyBinding(CIMName("InstanceID"), String(instanceId.c_str()),
-        CIMKeyBinding::STRING));
-    return CIMObjectPath(String(), kVelk, CIMName("VELK_ConcreteJob"), keys);
 }
 
 // A class of the test's own, in root/velk.
@@ -179,17 +132,17 @@ Uint32 jobCount(CIMClient& client)
 
 TEST(RepositoryAuthorization, OnlyAdministratorsChangeTheSchemaAndStoredInstances)
 {
-    e2e::DemoServer::Options options = withPassword({});
+    e2e::DemoServer::Options options;
     options.extraArgs = {"--administrator", "storageadmin"};
     e2e::DemoServer server(options);
     // operator may edit the array, monitor only browse it, stranger is not
     // one of its users at all: to the repository all three are alike.
     for (const char* user : {"operator", "monitor", "stranger"})
-        addUser(server, user);
+        server.addUser(user);
     server.start();
 
     CIMClient admin;
-    connectAs(admin, server, "storageadmin");
+    e2e::connect(admin, server);
     const Uint32 jobs = jobCount(admin);
     ASSERT_GT(jobs, 0u);
     Array<CIMObjectPath> modules =
@@ -209,7 +162,7 @@ TEST(RepositoryAuthorization, OnlyAdministratorsChangeTheSchemaAndStoredInstance
     for (const char* user : {"operator", "monitor", "stranger"})
     {
         CIMClient c;
-        connectAs(c, server, user);
+        e2e::connect(c, server, user);
         for (const Change& change : changes)
         {
             std::string got = outcome([&] { change.send(c); });
@@ -253,7 +206,7 @@ TEST(RepositoryAuthorization, LocalSocketPeersAreAdministratorsOnlyByName)
     {
         // The peer's uid counts by its name only: unlisted, it may not change
         // anything, root and the server's own uid included.
-        e2e::DemoServer::Options options = withPassword({});
+        e2e::DemoServer::Options options;
         options.extraArgs = {"--administrator", "storageadmin,someone_else"};
         e2e::DemoServer server(options);
         server.start();
@@ -269,13 +222,13 @@ TEST(RepositoryAuthorization, LocalSocketPeersAreAdministratorsOnlyByName)
         // listed, may not.
         const std::string config = "/tmp/velk-hardening-" + std::to_string(::getpid()) + ".conf";
         std::ofstream(config) << "administrator = " << me << "\n";
-        e2e::DemoServer::Options options = withPassword({});
+        e2e::DemoServer::Options options;
         options.extraArgs = {"--config", config};
         e2e::DemoServer server(options);
         server.start();
         ::unlink(config.c_str());
         CIMClient network;
-        connectAs(network, server, "storageadmin");
+        e2e::connect(network, server);
         EXPECT_EQ(2, codeOf(outcome([&] { changes[0].send(network); })));
         CIMClient local;
         connectLocal(local, server);
@@ -303,26 +256,14 @@ std::string arrayTasks(const e2e::DemoServer& server)
     return tasks.dump();
 }
 
-Uint32 terminate(CIMClient& client, const std::string& instanceId)
-{
-    Array<CIMParamValue> in;
-    Array<CIMParamValue> out;
-    in.append(CIMParamValue(String("RequestedState"), CIMValue(Uint16(4))));
-    CIMValue rc = client.invokeMethod(kVelk, jobPath(instanceId), CIMName("RequestStateChange"),
-        in, out);
-    Uint32 value = 0;
-    rc.get(value);
-    return value;
-}
-
 } // namespace
 
 TEST(JobKeys, NumbersBeyond32BitsNameNoTask)
 {
-    e2e::DemoServer server(withPassword({}));
+    e2e::DemoServer server;
     server.start();
     CIMClient c;
-    connectAs(c, server, "storageadmin");
+    e2e::connect(c, server);
 
     // Task 1002 is an ended copy, which the array would let go.
     const char* const keys[] = {
@@ -347,7 +288,7 @@ TEST(JobKeys, NumbersBeyond32BitsNameNoTask)
         EXPECT_NE(std::string::npos,
             got.find("VELK_ConcreteJobProvider Invalid key names or values")) << got;
 
-        got = outcome([&] { terminate(c, key); });
+        got = outcome([&] { e2e::terminateJob(c, key); });
         EXPECT_EQ(6, codeOf(got)) << "RequestStateChange " << key << ": " << got;
         EXPECT_EQ(got.size() - notFound.size(), got.rfind(notFound))
             << "RequestStateChange " << got;
@@ -373,7 +314,7 @@ namespace
 void expectJobsServed(const e2e::DemoServer& server)
 {
     CIMClient c;
-    connectAs(c, server, "storageadmin");
+    e2e::connect(c, server);
     std::string got = outcome([&] {
         Array<CIMObjectPath> paths =
             c.enumerateInstanceNames(kVelk, CIMName("VELK_ConcreteJob"));
@@ -395,7 +336,7 @@ TEST(ProviderUpCalls, ReachTheirOwnServerWhateverSocketIsConfigured)
     for (bool withSocket : {true, false})
     {
         SCOPED_TRACE(withSocket ? "--socket PATH, no variable" : "--socket \"\"");
-        e2e::DemoServer::Options options = withPassword({});
+        e2e::DemoServer::Options options;
         options.socketVariable = false;
         options.socket = withSocket;
         e2e::DemoServer server(options);
@@ -406,7 +347,7 @@ TEST(ProviderUpCalls, ReachTheirOwnServerWhateverSocketIsConfigured)
 
 TEST(ProviderUpCalls, ReachTheirOwnServerWhileIdleConnectionsFillTheSocket)
 {
-    e2e::DemoServer::Options options = withPassword({});
+    e2e::DemoServer::Options options;
     options.extraArgs = {"--max-connections", "4", "--max-connections-per-peer", "4"};
     e2e::DemoServer server(options);
     server.start();

@@ -53,12 +53,7 @@ protected:
         // Users cimhost knows but the array refuses: one it does not know,
         // one without CIM access.
         for (const char* user : {"stranger", "nocim"})
-        {
-            e2e::Result added = e2e::run({VELK_BIN_DIR "/cimhost", "passwd", "add", user,
-                "--password-file", server->dir() + "/cimhost.passwd"},
-                server->options().password + "\n");
-            ASSERT_EQ(0, added.status) << added.out;
-        }
+            server->addUser(user);
         server->start();
         client.connect("127.0.0.1", server->port(), server->options().user.c_str(),
             server->options().password.c_str());
