@@ -140,6 +140,14 @@ std::string headersOnly(const std::string& extraHeaders)
         "CIMObject: root%2Ftest\r\n" + extraHeaders + "\r\n";
 }
 
+size_t occurrences(const std::string& text, const std::string& what)
+{
+    size_t n = 0;
+    for (size_t pos = text.find(what); pos != std::string::npos; pos = text.find(what, pos + 1))
+        n++;
+    return n;
+}
+
 // True when the server closes the connection (within 5 s) after any answer.
 bool closedByServer(int fd)
 {
@@ -208,6 +216,13 @@ protected:
         return client->Post("/cimom", headers, body, "application/xml; charset=\"utf-8\"");
     }
 
+    // EnumerateInstanceNames of Test_Item with these credentials (none if empty).
+    httplib::Result enumNames(const std::string& auth = basic("alice", "secret"))
+    {
+        return post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
+            auth.empty() ? nullptr : auth.c_str());
+    }
+
     std::string tmp;
     std::unique_ptr<cimhost::EmbeddedServer> server;
     std::unique_ptr<httplib::Client> client;
@@ -221,8 +236,7 @@ TEST_F(HttpTest, RequestsWithoutValidCredentialsGetTheBasicChallenge)
     for (const std::string& auth : refused)
     {
         SCOPED_TRACE(auth);
-        auto res = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
-            auth.empty() ? nullptr : auth.c_str());
+        auto res = enumNames(auth);
         ASSERT_TRUE(res);
         EXPECT_EQ(401, res->status);
         EXPECT_EQ("Basic realm=\"testhost\"", res->get_header_value("WWW-Authenticate"));
@@ -273,16 +287,11 @@ TEST_F(HttpTest, MalformedXmlIsRefusedAndTheServerKeepsServing)
     ASSERT_TRUE(bad);
     EXPECT_EQ(400, bad->status);
     EXPECT_EQ("request-not-well-formed", bad->get_header_value("CIMError"));
-    auto good = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
-        basic("alice", "secret").c_str());
+    auto good = enumNames();
     ASSERT_TRUE(good);
     EXPECT_EQ(200, good->status);
     EXPECT_EQ("MethodResponse", good->get_header_value("CIMOperation"));
-    size_t count = 0;
-    for (size_t pos = good->body.find("<INSTANCENAME CLASSNAME=\""); pos != std::string::npos;
-         pos = good->body.find("<INSTANCENAME CLASSNAME=\"", pos + 1))
-        ++count;
-    EXPECT_EQ(4u, count) << good->body;
+    EXPECT_EQ(4u, occurrences(good->body, "<INSTANCENAME CLASSNAME=\"")) << good->body;
 }
 
 TEST_F(HttpTest, OversizedBodyAndOtherMethodsAreHttpErrors)
@@ -304,8 +313,7 @@ TEST_F(HttpTest, SlowClientIsCutOffWhileOthersAreServed)
     std::string partial = "POST /cimom HTTP/1.1\r\nHost: localhost\r\n";
     ::send(slow, partial.data(), partial.size(), MSG_NOSIGNAL);
 
-    auto res = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
-        basic("alice", "secret").c_str());
+    auto res = enumNames();
     ASSERT_TRUE(res);
     EXPECT_EQ(200, res->status);
 
@@ -351,8 +359,7 @@ TEST_F(HttpTest, DeeplyNestedReferenceKeysAreRefusedAsAnInvalidParameter)
     EXPECT_NE(std::string::npos, res->body.find("<ERROR CODE=\"4\" DESCRIPTION=\""
         "CIM_ERR_INVALID_PARAMETER: bad InstanceName: reference keys nested deeper than 8 levels\""))
         << res->body;
-    auto good = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
-        basic("alice", "secret").c_str());
+    auto good = enumNames();
     ASSERT_TRUE(good);
     EXPECT_EQ(200, good->status);
 }
@@ -406,12 +413,11 @@ TEST_F(HttpTest, HeadersAreCheckedBeforeTheBodyAndARefusalClosesTheConnection)
         ::close(fd);
     }
     // The canonical form of the same credentials passes.
-    auto res = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
-        padded.c_str());
+    auto res = enumNames(padded);
     ASSERT_TRUE(res);
     EXPECT_EQ(401, res->status);
     cimhost::PasswordFile(tmp + "/passwd").setPassword("alice", "secret1");
-    res = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"), padded.c_str());
+    res = enumNames(padded);
     ASSERT_TRUE(res);
     EXPECT_EQ(200, res->status);
 }
@@ -458,8 +464,7 @@ TEST_F(HttpTest, HostileConnectionsDoNotKeepALoggedInClientWaiting)
         }
     }
 
-    auto res = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
-        basic("alice", "secret").c_str());
+    auto res = enumNames();
     ASSERT_TRUE(res);
     EXPECT_EQ(200, res->status);
     EXPECT_NE(std::string::npos, res->body.find("<INSTANCENAME CLASSNAME=\"Test_Item\""));
@@ -507,8 +512,7 @@ TEST_F(HttpTest, WrongPasswordFloodDoesNotLockOutLoggedInUsers)
     cimhost::PasswordFile(tmp + "/passwd").setPassword("bob", "hunter2");
     restart([](cimhost::ServerOptions& o) { o.maxLoginFailures = 3; });
     auto status = [&](const std::string& user, const std::string& password) {
-        auto res = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
-            basic(user, password).c_str());
+        auto res = enumNames(basic(user, password));
         return res ? res->status : -1;
     };
     EXPECT_EQ(200, status("alice", "secret"));
@@ -541,8 +545,7 @@ TEST_F(HttpTest, ClientTextsAreEscapedInLogLines)
     };
     for (const auto& c : cases)
     {
-        auto res = post(ENUM_NAMES, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
-            basic(c.user, "x").c_str());
+        auto res = enumNames(basic(c.user, "x"));
         ASSERT_TRUE(res);
         EXPECT_EQ(401, res->status);
     }
@@ -570,14 +573,6 @@ std::string enumerateCall(const char* method, const char* className)
         "<NAMESPACE NAME=\"root\"/><NAMESPACE NAME=\"test\"/></LOCALNAMESPACEPATH>"
         "<IPARAMVALUE NAME=\"ClassName\"><CLASSNAME NAME=\"" + className + "\"/></IPARAMVALUE>"
         "</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>";
-}
-
-size_t occurrences(const std::string& text, const std::string& what)
-{
-    size_t n = 0;
-    for (size_t pos = text.find(what); pos != std::string::npos; pos = text.find(what, pos + 1))
-        n++;
-    return n;
 }
 
 // Large enumerations: chunked with "TE: trailers", Content-Length without,
@@ -681,11 +676,6 @@ TEST_F(HttpTest, MPostAndKeepAliveOnOneConnection)
     ::close(fd);
 }
 
-} // namespace
-
-namespace
-{
-
 // A throw-away self-signed certificate for localhost and its key, as PEM.
 bool writeSelfSignedCertificate(const std::string& certFile, const std::string& keyFile)
 {
@@ -717,35 +707,52 @@ bool writeSelfSignedCertificate(const std::string& certFile, const std::string& 
     return ok;
 }
 
-TEST(HttpsTest, ServesOverTlsWithTheSameAuthentication)
+// A server answering HTTPS only, with a throw-away certificate and alice's
+// password in dir.
+cimhost::ServerOptions httpsOptions(const std::string& dir)
 {
-    char dir[] = "/tmp/cimhost-tls-XXXXXX";
-    std::string tmp = ::mkdtemp(dir);
-    ASSERT_TRUE(writeSelfSignedCertificate(tmp + "/cert.pem", tmp + "/key.pem"));
-    cimhost::PasswordFile(tmp + "/passwd").setPassword("alice", "secret");
+    EXPECT_TRUE(writeSelfSignedCertificate(dir + "/cert.pem", dir + "/key.pem"));
+    cimhost::PasswordFile(dir + "/passwd").setPassword("alice", "secret");
     cimhost::ServerOptions o = cimhost_test::testModuleOptions();
     o.enableHttp = false;
     o.httpsPort = 0;
-    o.sslCertificateFile = tmp + "/cert.pem";
-    o.sslKeyFile = tmp + "/key.pem";
-    o.passwordFile = tmp + "/passwd";
+    o.sslCertificateFile = dir + "/cert.pem";
+    o.sslKeyFile = dir + "/key.pem";
+    o.passwordFile = dir + "/passwd";
+    return o;
+}
+
+httplib::Result tlsEnumNames(int port, const std::string& auth)
+{
+    httplib::SSLClient client("127.0.0.1", port);
+    client.enable_server_certificate_verification(false);
+    httplib::Headers h = cimHeaders("EnumerateInstanceNames", "root%2Ftest");
+    if (!auth.empty())
+        h.emplace("Authorization", auth);
+    return client.Post("/cimom", h, ENUM_NAMES, "application/xml");
+}
+
+TEST(HttpsTest, ServesOverTlsWithTheSameAuthenticationAndNeedsACertificate)
+{
+    char dir[] = "/tmp/cimhost-tls-XXXXXX";
+    std::string tmp = ::mkdtemp(dir);
+    cimhost::ServerOptions o = httpsOptions(tmp);
     {
         cimhost::EmbeddedServer server(o);
         server.start();
         EXPECT_EQ(-1, server.httpPort());
         ASSERT_GT(server.httpsPort(), 0);
-        httplib::SSLClient client("127.0.0.1", server.httpsPort());
-        client.enable_server_certificate_verification(false);
-        httplib::Headers h = cimHeaders("EnumerateInstanceNames", "root%2Ftest");
-        auto anonymous = client.Post("/cimom", h, ENUM_NAMES, "application/xml");
+        auto anonymous = tlsEnumNames(server.httpsPort(), "");
         ASSERT_TRUE(anonymous);
         EXPECT_EQ(401, anonymous->status);
-        h.emplace("Authorization", basic("alice", "secret"));
-        auto res = client.Post("/cimom", h, ENUM_NAMES, "application/xml");
+        auto res = tlsEnumNames(server.httpsPort(), basic("alice", "secret"));
         ASSERT_TRUE(res);
         EXPECT_EQ(200, res->status);
         EXPECT_NE(std::string::npos, res->body.find("<INSTANCENAME CLASSNAME=\"Test_Item\""));
     }
+    o.sslCertificateFile = tmp + "/missing.pem";
+    cimhost::EmbeddedServer unusable(o);
+    EXPECT_THROW(unusable.start(), std::runtime_error);
     std::system(("rm -rf " + tmp).c_str());
 }
 
@@ -753,14 +760,7 @@ TEST(HttpsTest, SlowHandshakesWaitOnTheirOwnAndAreCutOff)
 {
     char dir[] = "/tmp/cimhost-tls-XXXXXX";
     std::string tmp = ::mkdtemp(dir);
-    ASSERT_TRUE(writeSelfSignedCertificate(tmp + "/cert.pem", tmp + "/key.pem"));
-    cimhost::PasswordFile(tmp + "/passwd").setPassword("alice", "secret");
-    cimhost::ServerOptions o = cimhost_test::testModuleOptions();
-    o.enableHttp = false;
-    o.httpsPort = 0;
-    o.sslCertificateFile = tmp + "/cert.pem";
-    o.sslKeyFile = tmp + "/key.pem";
-    o.passwordFile = tmp + "/passwd";
+    cimhost::ServerOptions o = httpsOptions(tmp);
     o.workerCount = 1;
     for (int headerTimeout : {60, 1})
     {
@@ -779,11 +779,7 @@ TEST(HttpsTest, SlowHandshakesWaitOnTheirOwnAndAreCutOff)
         }
         if (headerTimeout == 60)
         {
-            httplib::SSLClient client("127.0.0.1", server.httpsPort());
-            client.enable_server_certificate_verification(false);
-            httplib::Headers h = cimHeaders("EnumerateInstanceNames", "root%2Ftest");
-            h.emplace("Authorization", basic("alice", "secret"));
-            auto res = client.Post("/cimom", h, ENUM_NAMES, "application/xml");
+            auto res = tlsEnumNames(server.httpsPort(), basic("alice", "secret"));
             ASSERT_TRUE(res);
             EXPECT_EQ(200, res->status);
         }
@@ -795,17 +791,6 @@ TEST(HttpsTest, SlowHandshakesWaitOnTheirOwnAndAreCutOff)
         }
     }
     std::system(("rm -rf " + tmp).c_str());
-}
-
-TEST(HttpsTest, UnusableCertificateStopsStartUp)
-{
-    cimhost::ServerOptions o = cimhost_test::testModuleOptions();
-    o.enableHttp = false;
-    o.httpsPort = 0;
-    o.sslCertificateFile = "/nonexistent/cert.pem";
-    o.sslKeyFile = "/nonexistent/key.pem";
-    cimhost::EmbeddedServer server(o);
-    EXPECT_THROW(server.start(), std::runtime_error);
 }
 
 } // namespace
