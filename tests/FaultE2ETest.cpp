@@ -475,6 +475,7 @@ TEST(KilledServer, ChangesTheArrayAcceptedSurviveSigkillAndRestart)
             ev["tasks"].get<std::vector<unsigned>>()) << events[i];
         EXPECT_EQ(0, ev["code"]) << events[i];
         EXPECT_EQ("storageadmin", ev["user"]) << events[i];
+        EXPECT_EQ("127.0.0.1", ev["addr"]) << events[i];
         EXPECT_EQ(isCancel ? "VELK_ConcreteJob:RequestStateChange" : "VELK_ConcreteJob:DeleteInstance",
             ev["method"]) << events[i];
     }

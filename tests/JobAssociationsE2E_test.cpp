@@ -1,11 +1,12 @@
-// End to end: cimhost over the demo array, walked with wbemcli from the
-// services to their jobs and back, from jobs to their method results and
-// back, and enumerations of both association classes and of the method
+// End to end: cimhost over the demo array, its jobs enumerated with wbemcli
+// and walked from the services to their jobs and back, from jobs to their
+// method results and back, and enumerations of both association classes and of the method
 // results (whose embedded indications a CIM client decodes).
 #include "support/DemoServer.h"
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <regex>
 #include <set>
 #include <string>
@@ -252,6 +253,85 @@ TEST_F(JobAssociationsE2E, EnumeratesAssociationsAndMethodResults)
     }
     EXPECT_EQ(kLocalJobs.size(), decoded);
     client.disconnect();
+}
+
+// The properties wbemcli -nl prints for the job of that task: name -> text.
+std::map<std::string, std::string> propertiesOf(const std::vector<std::string>& printed, int taskId)
+{
+    std::map<std::string, std::string> props;
+    const std::string marker = "KORVANE:task_id:" + std::to_string(taskId) + "\"";
+    const std::regex pathLine("^\\S*VELK_ConcreteJob\\.InstanceID=");
+    bool inside = false;
+    for (const std::string& line : printed)
+    {
+        if (std::regex_search(line, pathLine))
+            inside = line.find(marker) != std::string::npos;
+        size_t eq = line.find('=');
+        if (!inside || line.size() < 2 || line[0] != '-' || eq == std::string::npos)
+            continue;
+        std::string value = line.substr(eq + 1);
+        if (value.size() >= 2 && value.front() == '"' && value.back() == '"')
+            value = value.substr(1, value.size() - 2);
+        props[line.substr(1, eq - 1)] = value;
+    }
+    return props;
+}
+
+// Every job of the demo array in task order, and only those, with their
+// values as wbemcli prints them.
+TEST_F(JobAssociationsE2E, WbemcliEnumeratesEveryJobWithItsValues)
+{
+    std::vector<std::string> expected(kLocalJobs.begin(), kLocalJobs.end());
+    expected.insert(expected.end(), kRemoteJobs.begin(), kRemoteJobs.end());
+    ASSERT_EQ(21u, expected.size());
+    auto ids = [](const std::vector<std::string>& printed) {
+        std::vector<std::string> out;
+        for (const std::string& l : printed)
+            for (const std::string& id : taskIds(l))
+                out.push_back(id);
+        return out;
+    };
+    EXPECT_EQ(expected, ids(wbemcli({"ein", url("VELK_ConcreteJob")})));
+    std::vector<std::string> instances = wbemcli({"-nl", "ei", url("VELK_ConcreteJob")});
+    std::vector<std::string> paths;
+    for (const std::string& l : instances)
+        if (l.compare(0, 1, "-") != 0)
+            paths.push_back(l);
+    EXPECT_EQ(expected, ids(paths));
+
+    // A running copy, a failed copy, a cancelled promote, a failover.
+    auto running = propertiesOf(instances, 1001);
+    EXPECT_EQ("1001", running["ElementName"]);
+    EXPECT_EQ("vol_db01->vol_db01_copy", running["Name"]);
+    EXPECT_EQ("vol_db01", running["SourceElementName"]);
+    EXPECT_EQ("vol_db01_copy", running["TargetElementName"]);
+    EXPECT_EQ("4", running["JobState"]);
+    EXPECT_EQ("OK", running["JobStatus"]);
+    EXPECT_EQ("7", running["JobType"]);
+    EXPECT_EQ("VELK_StorageConfigurationService", running["Owner"]);
+    EXPECT_EQ("00000030000000.000000:000", running["TimeBeforeRemoval"]);
+    auto failed = propertiesOf(instances, 1003);
+    EXPECT_EQ("10", failed["JobState"]);
+    EXPECT_EQ("Error", failed["JobStatus"]);
+    EXPECT_EQ("28", failed["ErrorCode"]);
+    EXPECT_EQ("100", failed["PercentComplete"]);
+    auto cancelled = propertiesOf(instances, 1005);
+    EXPECT_EQ("8", cancelled["JobState"]);
+    EXPECT_EQ("Stopped", cancelled["JobStatus"]);
+    auto failover = propertiesOf(instances, 1015);
+    EXPECT_EQ("rcg_finance", failover["SourceElementName"]);
+    EXPECT_EQ("VELK_ReplicationService", failover["Owner"]);
+    EXPECT_FALSE(failover["TargetElementName"].empty());
+
+    // GetInstance gives the same job; a task of another kind is no job.
+    auto got = propertiesOf(wbemcli({"-nl", "gi",
+        url("VELK_ConcreteJob.InstanceID=\"KORVANE:task_id:1003\"")}), 1003);
+    EXPECT_EQ("10", got["JobState"]);
+    EXPECT_EQ("28", got["ErrorCode"]);
+    e2e::Result sched = e2e::run({"wbemcli", "gi",
+        url("VELK_ConcreteJob.InstanceID=\"KORVANE:task_id:1022\"")});
+    EXPECT_NE(0, sched.status);
+    EXPECT_NE(std::string::npos, sched.out.find("CIM_ERR_NOT_FOUND")) << sched.out;
 }
 
 } // namespace
