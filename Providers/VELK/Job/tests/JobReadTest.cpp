@@ -285,33 +285,27 @@ TEST_F(JobProviderTest, GetInstanceAcceptsNamesInAnyCase)
 
 TEST_F(JobProviderTest, GetInstanceFailures)
 {
+    const std::string notFound = "VELK_ConcreteJobProvider CIM Object not found.";
+    const struct
+    {
+        CIMObjectPath path;
+        CIMStatusCode code;
+        std::string message;
+    } cases[] = {
+        {jobPath("KORVANE:task_id:101", "VELK_MethodResult"), CIM_ERR_NOT_SUPPORTED,
+            "VELK_ConcreteJobProvider Invalid class nameVELK_MethodResult"},
+        {jobPath("KORVANE:task_id:101", "VELK_ConcreteJob", "Name"),
+            CIM_ERR_INVALID_PARAMETER, "VELK_ConcreteJobProvider InstanceID key not found."},
+        {jobPath("KORVANE:task_id:abc"), CIM_ERR_NOT_FOUND, notFound + "KORVANE:task_id:abc"},
+        // The array knows task 102, but a schedule is no job.
+        {jobPath("KORVANE:task_id:102"), CIM_ERR_NOT_FOUND, notFound + "KORVANE:task_id:102"},
+        {jobPath("KORVANE:task_id:999"), CIM_ERR_NOT_FOUND, notFound + "KORVANE:task_id:999"},
+    };
     RecordingInstanceHandler handler;
-    EXPECT_CIM_ERROR(provider->getInstance(context(),
-            jobPath("KORVANE:task_id:101", "VELK_MethodResult"), false,
-            false, CIMPropertyList(), handler),
-        CIM_ERR_NOT_SUPPORTED,
-        "VELK_ConcreteJobProvider Invalid class nameVELK_MethodResult");
-    EXPECT_CIM_ERROR(provider->getInstance(context(),
-            jobPath("KORVANE:task_id:101", "VELK_ConcreteJob", "Name"), false,
-            false, CIMPropertyList(), handler),
-        CIM_ERR_INVALID_PARAMETER,
-        "VELK_ConcreteJobProvider InstanceID key not found.");
-    EXPECT_CIM_ERROR(provider->getInstance(context(),
-            jobPath("KORVANE:task_id:abc"), false, false, CIMPropertyList(),
-            handler),
-        CIM_ERR_NOT_FOUND,
-        "VELK_ConcreteJobProvider CIM Object not found.KORVANE:task_id:abc");
-    // The array knows task 102, but a schedule is no job.
-    EXPECT_CIM_ERROR(provider->getInstance(context(),
-            jobPath("KORVANE:task_id:102"), false, false, CIMPropertyList(),
-            handler),
-        CIM_ERR_NOT_FOUND,
-        "VELK_ConcreteJobProvider CIM Object not found.KORVANE:task_id:102");
-    EXPECT_CIM_ERROR(provider->getInstance(context(),
-            jobPath("KORVANE:task_id:999"), false, false, CIMPropertyList(),
-            handler),
-        CIM_ERR_NOT_FOUND,
-        "VELK_ConcreteJobProvider CIM Object not found.KORVANE:task_id:999");
+    for (const auto& c : cases)
+        EXPECT_CIM_ERROR(provider->getInstance(context(), c.path, false, false,
+                             CIMPropertyList(), handler),
+            c.code, c.message);
     EXPECT_TRUE(handler.calls.empty());
 }
 
