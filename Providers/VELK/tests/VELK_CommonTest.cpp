@@ -207,27 +207,29 @@ TEST(VelkCommonDateTime, ReadingBackTakesFieldsAsLocalTime)
 // Object path matching
 // ---------------------------------------------------------------------------
 
-TEST(VelkCommonMatch, HostsAreIgnoredNamespacesAndClassesCompared)
+TEST(VelkCommonMatch, HostsAreIgnoredNamespacesClassesAndStringKeysCompared)
 {
-    CIMObjectPath a = jobPath("hostA", "root/velk", "VELK_ConcreteJob",
-        "KORVANE:task_id:5");
-    EXPECT_TRUE(VELK_Common::matchObjectPath(a,
-        jobPath("hostB", "root/velk", "VELK_ConcreteJob",
-            "KORVANE:task_id:5")));
-    EXPECT_TRUE(VELK_Common::matchObjectPath(a,
-        jobPath("", "root/velk", "velk_concretejob", "KORVANE:task_id:5")));
-    EXPECT_FALSE(VELK_Common::matchObjectPath(a,
-        jobPath("hostA", "root/other", "VELK_ConcreteJob",
-            "KORVANE:task_id:5")));
-    EXPECT_FALSE(VELK_Common::matchObjectPath(a,
-        jobPath("", 0, "VELK_ConcreteJob", "KORVANE:task_id:5")));
-    EXPECT_FALSE(VELK_Common::matchObjectPath(a,
-        jobPath("hostA", "root/velk", "CIM_ConcreteJob",
-            "KORVANE:task_id:5")));
-    // String keys are compared exactly.
-    EXPECT_FALSE(VELK_Common::matchObjectPath(a,
-        jobPath("hostA", "root/velk", "VELK_ConcreteJob",
-            "korvane:task_id:5")));
+    const char* const id = "KORVANE:task_id:5";
+    const struct
+    {
+        const char* host;
+        const char* ns;
+        const char* cls;
+        const char* id;
+        bool match;
+    } rows[] = {
+        {"hostB", "root/velk", "VELK_ConcreteJob", id, true},
+        {"", "root/velk", "velk_concretejob", id, true},
+        {"hostA", "root/other", "VELK_ConcreteJob", id, false},
+        {"", 0, "VELK_ConcreteJob", id, false},
+        {"hostA", "root/velk", "CIM_ConcreteJob", id, false},
+        // String keys are compared exactly.
+        {"hostA", "root/velk", "VELK_ConcreteJob", "korvane:task_id:5", false},
+    };
+    CIMObjectPath a = jobPath("hostA", "root/velk", "VELK_ConcreteJob", id);
+    for (const auto& r : rows)
+        EXPECT_EQ(r.match, VELK_Common::matchObjectPath(a,
+            jobPath(r.host, r.ns, r.cls, r.id))) << r.host << " " << r.cls << " " << r.id;
 }
 
 TEST(VelkCommonMatch, ReferenceKeysOnOtherHostsAndKeyOrder)
