@@ -216,18 +216,13 @@ TEST_F(RequestProcessorTest, InvokeMethodOnUnknownJobGivesTheDocumentedError)
 
 // --- CIM errors inside a 200 answer ------------------------------------------
 
-TEST_F(RequestProcessorTest, CimExceptionBecomesErrorWithSymbolicNamePrefix)
+// With a message the description is "CIM_ERR_NOT_FOUND: <message>", which the
+// client test CimErrorsArriveWithCodeAndWholeDescription checks end to end.
+TEST_F(RequestProcessorTest, CimExceptionWithoutMessageIsItsSymbolicName)
 {
     std::string description;
-    std::string params =
-        "<IPARAMVALUE NAME=\"InstanceName\"><INSTANCENAME CLASSNAME=\"EXM_Job\">"
-        "<KEYBINDING NAME=\"InstanceID\"><KEYVALUE>nope</KEYVALUE></KEYBINDING>"
-        "</INSTANCENAME></IPARAMVALUE>";
-    EXPECT_EQ(6u, errorCodeOf("GetInstance", params, &description));
-    EXPECT_EQ("CIM_ERR_NOT_FOUND: EXM_Job InstanceID=\"nope\"", description);
-
     ops.setBefore([] { throw CIMException(CIM_ERR_ACCESS_DENIED); });
-    EXPECT_EQ(2u, errorCodeOf("GetInstance", params, &description));
+    EXPECT_EQ(2u, errorCodeOf("GetInstance", INSTANCE_NAME_17, &description));
     EXPECT_EQ("CIM_ERR_ACCESS_DENIED", description);
 }
 
@@ -310,7 +305,7 @@ TEST_F(RequestProcessorTest, FlagsDefaultsPropertyListAndParameterOrder)
     EXPECT_FALSE(c.flags[2]);
 }
 
-TEST_F(RequestProcessorTest, AssociationFiltersReachTheTargetAndResultsCarryFullPaths)
+TEST_F(RequestProcessorTest, AssociationResultsCarryFullPathsAndANullRoleIsEmpty)
 {
     CimXmlHttpResponse r = post(headers("Associators", "root%2Fexm"),
         imethod("Associators",
@@ -321,12 +316,8 @@ TEST_F(RequestProcessorTest, AssociationFiltersReachTheTargetAndResultsCarryFull
             "</IPARAMVALUE><IPARAMVALUE NAME=\"Role\"><VALUE>OwningElement</VALUE>"
             "</IPARAMVALUE><IPARAMVALUE NAME=\"ResultRole\"/>"));
     ASSERT_EQ(200u, r.status);
-    Call c = ops.last();
-    EXPECT_EQ("associators", c.op);
-    EXPECT_TRUE(c.assocClass.equal(CIMName("EXM_OwningJobElement")));
-    EXPECT_TRUE(c.resultClass.isNull());
-    EXPECT_EQ("OwningElement", str(c.role));
-    EXPECT_EQ(0u, c.resultRole.size());
+    // (AssocClass, ResultClass and Role arriving is checked through the client.)
+    EXPECT_EQ(0u, ops.last().resultRole.size());
     CimXmlIMethodResponse d = XmlReader::decodeIMethodResponse(r.body,
         String("Associators"), String("4711"));
     ASSERT_EQ(1u, d.objects.size());
