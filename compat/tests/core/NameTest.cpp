@@ -40,16 +40,6 @@ TEST(CIMName, IllegalNameThrowsWithMessage)
     EXPECT_THROW((void)(CIMName("Name") == "not legal"), InvalidNameException);
 }
 
-TEST(CIMName, EqualityIgnoresCaseButKeepsSpelling)
-{
-    CIMName a("InstanceID");
-    EXPECT_TRUE(a == CIMName("INSTANCEID"));
-    EXPECT_TRUE(a.equal("instanceid"));
-    EXPECT_FALSE(a != CIMName("instanceId"));
-    EXPECT_EQ(a.getString(), "InstanceID");
-    EXPECT_FALSE(a == CIMName("InstanceIDs"));
-}
-
 TEST(CIMNamespaceName, Rules)
 {
     const std::pair<const char*, bool> cases[] = {
@@ -82,12 +72,15 @@ TEST(CIMNameCast, ViewsStringWithoutCopy)
     EXPECT_EQ(CIMNameLegalASCII(""), 0u);
 }
 
-TEST(CIMName, NamesFromTextKeepTheirSpellingAndCopiesStayIndependent)
+TEST(CIMName, EqualityIgnoresCaseNamesKeepTheirSpellingAndCopiesStayIndependent)
 {
     CIMName a("JobState"), b("JOBSTATE"), c(String("jobstate"));
     EXPECT_EQ(str(a.getString()), "JobState");
     EXPECT_EQ(str(b.getString()), "JOBSTATE");
     EXPECT_TRUE(a == b && b == c && c == a);
+    EXPECT_TRUE(a.equal("jobstate"));
+    EXPECT_FALSE(a != CIMName("jobState"));
+    EXPECT_FALSE(a == CIMName("JobStates"));
 
     // Changing a copy of a name's text changes neither that name nor names
     // made later from the same text.
@@ -110,8 +103,6 @@ TEST(CIMName, NamesFromTextKeepTheirSpellingAndCopiesStayIndependent)
     const std::string longName(200, 'n');
     EXPECT_EQ(CIMName(longName.c_str()).getString().size(), 200u);
     EXPECT_TRUE(CIMName("\xC3\xA9t\xC3\xA9").equal(CIMName(String("\xC3\xA9t\xC3\xA9"))));
-    EXPECT_EQ(messageOf<InvalidNameException>([] { CIMName n("Job-State"); }),
-        "The CIM name is not valid: Job-State");
     EXPECT_THROW(CIMName(static_cast<const char*>(0)), NullPointer);
 
     // Lookups match names made from literals with names made from strings,
