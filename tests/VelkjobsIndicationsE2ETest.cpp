@@ -1,7 +1,7 @@
 // `velkjobs watch --indications` against cimhost: it subscribes, redraws as
 // job indications arrive, and leaves no subscription behind, whether it ends
 // by itself or by SIGTERM.
-#include "support/DemoServer.h"
+#include "support/CimClientTest.h"
 
 #include <Pegasus/Client/CIMClient.h>
 
@@ -44,27 +44,16 @@ class VelkjobsIndications : public ::testing::Test
 protected:
     void SetUp() override
     {
-        char tmpl[] = "/tmp/velkjobs-ind-XXXXXX";
-        _stateDir = ::mkdtemp(tmpl);
-        std::ofstream(_stateDir + "/array.json") << STATE;
-        e2e::DemoServer::Options options;
-        options.stateTemplate = _stateDir + "/array.json";
-        server.reset(new e2e::DemoServer(options));
+        server.reset(new e2e::DemoServer());
+        std::ofstream(server->stateFile()) << STATE;
         // Users cimhost knows but the array refuses: one it does not know,
         // one without CIM access.
         for (const char* user : {"stranger", "nocim"})
             server->addUser(user);
         server->start();
-        client.connect("127.0.0.1", server->port(), server->options().user.c_str(),
-            server->options().password.c_str());
+        e2e::connect(client, *server);
     }
-    void TearDown() override
-    {
-        client.disconnect();
-        server.reset();
-        std::string cmd = "rm -rf '" + _stateDir + "'";
-        (void)std::system(cmd.c_str());
-    }
+    void TearDown() override { client.disconnect(); }
 
     std::vector<std::string> velkjobs(std::vector<std::string> args) const
     {
@@ -82,9 +71,6 @@ protected:
 
     std::unique_ptr<e2e::DemoServer> server;
     CIMClient client;
-
-private:
-    std::string _stateDir;
 };
 
 TEST_F(VelkjobsIndications, RedrawsAsIndicationsArriveAndUnsubscribesAtTheEnd)
@@ -139,7 +125,7 @@ TEST_F(VelkjobsIndications, UsersTheArrayRefusesCannotSubscribe)
     for (const char* user : {"stranger", "nocim"})
     {
         CIMClient refused;
-        refused.connect("127.0.0.1", server->port(), user, server->options().password.c_str());
+        e2e::connect(refused, *server, user);
         for (const char* query : queries)
         {
             SCOPED_TRACE(std::string(user) + ": " + query);
