@@ -56,32 +56,6 @@ const std::string kFailedError = "CIM 1: CIM_ERR_FAILED: ";
 using e2e::jobPath;
 using e2e::text;
 
-std::string stringProperty(const CIMInstance& inst, const char* name)
-{
-    Uint32 pos = inst.findProperty(CIMName(name));
-    if (pos == PEG_NOT_FOUND)
-        return "";
-    CIMValue v = inst.getProperty(pos).getValue();
-    if (v.isNull() || v.getType() != CIMTYPE_STRING)
-        return "";
-    String s;
-    v.get(s);
-    return text(s);
-}
-
-int jobState(const CIMInstance& inst)
-{
-    Uint32 pos = inst.findProperty(CIMName("JobState"));
-    if (pos == PEG_NOT_FOUND)
-        return -1;
-    CIMValue v = inst.getProperty(pos).getValue();
-    Uint16 state = 0;
-    if (v.isNull() || v.getType() != CIMTYPE_UINT16)
-        return -1;
-    v.get(state);
-    return state;
-}
-
 bool running(int state)
 {
     return state >= 2 && state <= 6;
@@ -105,9 +79,9 @@ Jobs listJobs(CIMClient& client)
         false, false, false, CIMPropertyList());
     for (Uint32 i = 0; i < all.size(); i++)
     {
-        std::string id = stringProperty(all[i], "InstanceID");
+        std::string id = e2e::propertyText(all[i], "InstanceID");
         jobs.ids.push_back(id);
-        jobs.states[id] = jobState(all[i]);
+        jobs.states[id] = std::atoi(e2e::propertyText(all[i], "JobState").c_str());
     }
     return jobs;
 }
@@ -289,12 +263,12 @@ TEST_F(FaultsWhileServing, EveryAnswerIsTheSpecifiedOneAndServingGoesOnAfterward
                  c.enumerateInstanceNames(kNs, CIMName("VELK_ConcreteJob")).size());
          }, {"paths:" + all, "paths:0", "paths:0", "paths:" + all}},
         {"GetInstance running", [run1](CIMClient& c) {
-             return "instance:" + stringProperty(c.getInstance(kNs, jobPath(run1), false, false,
+             return "instance:" + e2e::propertyText(c.getInstance(kNs, jobPath(run1), false, false,
                  false, CIMPropertyList()), "InstanceID");
          }, {"instance:" + run1, kNotFoundError + run1, kNotFoundError + run1,
              "instance:" + run1}},
         {"GetInstance ended", [end1](CIMClient& c) {
-             return "instance:" + stringProperty(c.getInstance(kNs, jobPath(end1), false, false,
+             return "instance:" + e2e::propertyText(c.getInstance(kNs, jobPath(end1), false, false,
                  false, CIMPropertyList()), "InstanceID");
          }, {"instance:" + end1, kNotFoundError + end1, kNotFoundError + end1,
              "instance:" + end1}},

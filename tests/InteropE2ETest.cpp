@@ -39,14 +39,7 @@ protected:
 
 using e2e::key;
 using e2e::text;
-
-std::string stringProperty(const CIMInstance& inst, const char* name)
-{
-    const Uint32 pos = inst.findProperty(CIMName(name));
-    if (pos == PEG_NOT_FOUND || inst.getProperty(pos).getValue().isNull())
-        return "<null>";
-    return text(inst.getProperty(pos).getValue().toString());
-}
+using e2e::propertyText;
 
 TEST_F(InteropE2E, WbemcliListsEveryNamespaceFromTheInteropNamespaceUnderBothNames)
 {
@@ -84,14 +77,14 @@ TEST_F(InteropE2E, TheObjectManagerIsReachedThroughCimXmlWithBasicAuthentication
     const CIMNamespaceName interop("interop");
     Array<CIMInstance> managers = client.enumerateInstances(interop, CIMName("CIM_ObjectManager"));
     ASSERT_EQ(1u, managers.size());
-    EXPECT_EQ("cimhost", stringProperty(managers[0], "Name"));
-    EXPECT_EQ("velk-ctl01", stringProperty(managers[0], "SystemName"));
+    EXPECT_EQ("cimhost", propertyText(managers[0], "Name"));
+    EXPECT_EQ("velk-ctl01", propertyText(managers[0], "SystemName"));
 
     // Its namespaces, listed and by association.
     std::set<std::string> listed;
     Array<CIMInstance> namespaces = client.enumerateInstances(interop, CIMName("CIM_Namespace"));
     for (Uint32 i = 0; i < namespaces.size(); i++)
-        listed.insert(stringProperty(namespaces[i], "Name"));
+        listed.insert(propertyText(namespaces[i], "Name"));
     EXPECT_EQ(kNamespaces, listed);
     Array<CIMObjectPath> spaces = client.associatorNames(interop, managers[0].getPath(),
         CIMName("CIM_NamespaceInManager"), CIMName("CIM_Namespace"), "Antecedent", "Dependent");
@@ -105,13 +98,13 @@ TEST_F(InteropE2E, TheObjectManagerIsReachedThroughCimXmlWithBasicAuthentication
     ASSERT_EQ(1u, mechanisms.size());
     const CIMInstance xml(mechanisms[0]);
     EXPECT_EQ("CIM_CIMXMLCommunicationMechanism", text(xml.getClassName().getString()));
-    EXPECT_EQ("2", stringProperty(xml, "CommunicationMechanism"));            // CIM-XML
+    EXPECT_EQ("2", propertyText(xml, "CommunicationMechanism"));            // CIM-XML
     Array<Uint16> authentication;
     xml.getProperty(xml.findProperty(CIMName("AuthenticationMechanismsSupported"))).getValue().get(authentication);
     ASSERT_EQ(1u, authentication.size());
     EXPECT_EQ(3, authentication[0]);   // Basic
-    EXPECT_EQ("1.0", stringProperty(xml, "Version"));
-    EXPECT_EQ("FALSE", stringProperty(xml, "MultipleOperationsSupported"));
+    EXPECT_EQ("1.0", propertyText(xml, "Version"));
+    EXPECT_EQ("FALSE", propertyText(xml, "MultipleOperationsSupported"));
 
     // And back from the mechanism, which the subclass enumeration finds too.
     EXPECT_EQ(1u, client.enumerateInstanceNames(interop, CIMName("CIM_ObjectManagerCommunicationMechanism")).size());
@@ -139,10 +132,10 @@ TEST_F(InteropE2E, AProfileWalkLeadsFromTheRegisteredProfilesToTheJobsOfTheArray
     CIMObjectPath array;
     for (Uint32 i = 0; i < profiles.size(); i++)
     {
-        registered.insert(stringProperty(profiles[i], "RegisteredOrganization") + " "
-            + stringProperty(profiles[i], "RegisteredName") + " " + stringProperty(profiles[i], "RegisteredVersion")
+        registered.insert(propertyText(profiles[i], "RegisteredOrganization") + " "
+            + propertyText(profiles[i], "RegisteredName") + " " + propertyText(profiles[i], "RegisteredVersion")
             + " " + text(profiles[i].getClassName().getString()));
-        if (stringProperty(profiles[i], "RegisteredName") == "Array")
+        if (propertyText(profiles[i], "RegisteredName") == "Array")
             array = profiles[i].getPath();
     }
     EXPECT_EQ((std::set<std::string>{"11 Server 1.5.0 CIM_RegisteredProfile",
@@ -153,7 +146,7 @@ TEST_F(InteropE2E, AProfileWalkLeadsFromTheRegisteredProfilesToTheJobsOfTheArray
     Array<CIMObject> subs = client.associators(interop, array, CIMName("CIM_ReferencedProfile"),
         CIMName("CIM_RegisteredSubProfile"), "Antecedent", "Dependent");
     ASSERT_EQ(1u, subs.size());
-    EXPECT_EQ("Job Control", stringProperty(CIMInstance(subs[0]), "RegisteredName"));
+    EXPECT_EQ("Job Control", propertyText(CIMInstance(subs[0]), "RegisteredName"));
     Array<CIMObjectPath> scoping = client.associatorNames(interop, subs[0].getPath(),
         CIMName("CIM_SubProfileRequiresProfile"), CIMName(), "Dependent");
     ASSERT_EQ(1u, scoping.size());
@@ -203,8 +196,8 @@ TEST_F(InteropE2E, AProfileWalkLeadsFromTheRegisteredProfilesToTheJobsOfTheArray
     Array<CIMInstance> conformance = client.enumerateInstances(interop, CIMName("CIM_ElementConformsToProfile"));
     EXPECT_EQ(5u, conformance.size());
     for (Uint32 i = 0; i < conformance.size(); i++)
-        EXPECT_EQ(stringProperty(conformance[i], "ManagedElement"),
-            stringProperty(client.getInstance(interop, conformance[i].getPath()), "ManagedElement"));
+        EXPECT_EQ(propertyText(conformance[i], "ManagedElement"),
+            propertyText(client.getInstance(interop, conformance[i].getPath()), "ManagedElement"));
 }
 
 } // namespace

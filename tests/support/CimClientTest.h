@@ -7,6 +7,7 @@
 #include "support/DemoServer.h"
 
 #include <Pegasus/Client/CIMClient.h>
+#include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/CIMParamValue.h>
 
@@ -31,6 +32,16 @@ inline std::string key(const Pegasus::CIMObjectPath& path, const char* name)
         if (keys[i].getName().equal(Pegasus::CIMName(name)))
             return text(keys[i].getValue());
     return std::string();
+}
+
+// The value of a property as text (strings unquoted), "<null>" when the
+// instance has no such property or its value is null.
+inline std::string propertyText(const Pegasus::CIMConstInstance& inst, const char* name)
+{
+    const Pegasus::Uint32 pos = inst.findProperty(Pegasus::CIMName(name));
+    if (pos == Pegasus::PEG_NOT_FOUND || inst.getProperty(pos).getValue().isNull())
+        return "<null>";
+    return text(inst.getProperty(pos).getValue().toString());
 }
 
 // root/velk:VELK_ConcreteJob.InstanceID=<instanceId>
