@@ -123,37 +123,30 @@ TEST_F(PullE2E, AssociationPagesAreTheClassicAnswers)
 {
     CIMObjectPath job = client.enumerateInstanceNames(NS, CIMName("VELK_ConcreteJob"))[0];
 
-    Array<CIMObject> refs = client.references(NS, job);
-    Array<CIMInstance> refInstances;
-    for (Uint32 i = 0; i < refs.size(); i++)
-        refInstances.append(CIMInstance(refs[i]));
-    ASSERT_GT(refInstances.size(), 0u);
-    expectSameInstances(refInstances,
-        walkInstances(pull.openReferenceInstances(NS, job, CIMName(), String(), false,
-            CIMPropertyList(), firstPage(1)), 1));
-
-    Array<CIMObject> assoc = client.associators(NS, job);
-    Array<CIMInstance> assocInstances;
-    for (Uint32 i = 0; i < assoc.size(); i++)
-        assocInstances.append(CIMInstance(assoc[i]));
-    ASSERT_GT(assocInstances.size(), 0u);
-    expectSameInstances(assocInstances,
-        walkInstances(pull.openAssociatorInstances(NS, job, CIMName(), CIMName(),
-            String(), String(), false, CIMPropertyList(), firstPage(2)), 2));
-
-    Array<CIMObjectPath> refNames = client.referenceNames(NS, job);
-    std::vector<CIMObjectPath> refPaths =
-        walkPaths(pull.openReferenceInstancePaths(NS, job, CIMName(), String(), firstPage(5)), 5);
-    ASSERT_EQ(refNames.size(), refPaths.size());
-    for (Uint32 i = 0; i < refNames.size(); i++)
-        EXPECT_EQ(e2e::text(refNames[i].toString()), e2e::text(refPaths[i].toString()));
-
-    Array<CIMObjectPath> assocNames = client.associatorNames(NS, job);
-    std::vector<CIMObjectPath> assocPaths = walkPaths(pull.openAssociatorInstancePaths(NS,
-        job, CIMName(), CIMName(), String(), String(), firstPage(5)), 5);
-    ASSERT_EQ(assocNames.size(), assocPaths.size());
-    for (Uint32 i = 0; i < assocNames.size(); i++)
-        EXPECT_EQ(e2e::text(assocNames[i].toString()), e2e::text(assocPaths[i].toString()));
+    auto instances = [](const Array<CIMObject>& objects) {
+        Array<CIMInstance> out;
+        for (Uint32 i = 0; i < objects.size(); i++)
+            out.append(CIMInstance(objects[i]));
+        return out;
+    };
+    auto expectSamePaths = [](const Array<CIMObjectPath>& classic,
+                               const std::vector<CIMObjectPath>& pulled) {
+        ASSERT_EQ(classic.size(), pulled.size());
+        for (Uint32 i = 0; i < classic.size(); i++)
+            EXPECT_EQ(e2e::text(classic[i].toString()), e2e::text(pulled[i].toString()));
+    };
+    Array<CIMInstance> refs = instances(client.references(NS, job));
+    ASSERT_GT(refs.size(), 0u);
+    expectSameInstances(refs, walkInstances(pull.openReferenceInstances(NS, job, CIMName(),
+        String(), false, CIMPropertyList(), firstPage(1)), 1));
+    Array<CIMInstance> assoc = instances(client.associators(NS, job));
+    ASSERT_GT(assoc.size(), 0u);
+    expectSameInstances(assoc, walkInstances(pull.openAssociatorInstances(NS, job, CIMName(),
+        CIMName(), String(), String(), false, CIMPropertyList(), firstPage(2)), 2));
+    expectSamePaths(client.referenceNames(NS, job),
+        walkPaths(pull.openReferenceInstancePaths(NS, job, CIMName(), String(), firstPage(5)), 5));
+    expectSamePaths(client.associatorNames(NS, job), walkPaths(pull.openAssociatorInstancePaths(
+        NS, job, CIMName(), CIMName(), String(), String(), firstPage(5)), 5));
 }
 
 TEST_F(PullE2E, ContextErrorsAndCloseOverTheWire)
