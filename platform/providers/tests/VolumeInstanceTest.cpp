@@ -12,6 +12,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
+
 PEGASUS_USING_PEGASUS;
 
 namespace {
@@ -50,6 +53,11 @@ protected:
     }
     void TearDown() override { velksim::reset(); }
 
+    CIMInstance build(const char* name, bool copyOf = false)
+    {
+        return VELK_StorageVolumeProvider::buildVVInstance(name, "ArrayOne", "ctl1", volumeClass, copyOf);
+    }
+
     template <typename T>
     T value(const CIMInstance& inst, const char* name)
     {
@@ -68,7 +76,7 @@ cimhost::Repository* VolumeInstance::repo = nullptr;
 
 TEST_F(VolumeInstance, FullInstanceWithItsPath)
 {
-    CIMInstance inst = VELK_StorageVolumeProvider::buildVVInstance("vol1", "ArrayOne", "ctl1", volumeClass, false);
+    CIMInstance inst = build("vol1");
     ASSERT_FALSE(inst.isUninitialized());
     EXPECT_EQ(inst.getPropertyCount(), volumeClass.getPropertyCount());
     EXPECT_EQ(value<String>(inst, "DeviceID"), "vol1");
@@ -91,7 +99,7 @@ TEST_F(VolumeInstance, FullInstanceWithItsPath)
     EXPECT_EQ(path.toString(), "//ctl1/root/velk:VELK_StorageVolume.CreationClassName=\"VELK_StorageVolume\","
                                "DeviceID=\"vol1\",SystemCreationClassName=\"CIM_ComputerSystem\",SystemName=\"ArrayOne\"");
 
-    CIMInstance copy = VELK_StorageVolumeProvider::buildVVInstance("vol1c", "ArrayOne", "ctl1", volumeClass, true);
+    CIMInstance copy = build("vol1c", true);
     EXPECT_EQ(value<String>(copy, "CopyOf"), "vol1");
     EXPECT_EQ(value<Array<Uint16>>(copy, "OperationalStatus")[0], 3u);
     EXPECT_GT(copy.getQualifierCount(), 0u);
@@ -99,37 +107,31 @@ TEST_F(VolumeInstance, FullInstanceWithItsPath)
 
 TEST_F(VolumeInstance, NoSuchVolumeGivesAnUninitializedInstance)
 {
-    EXPECT_TRUE(VELK_StorageVolumeProvider::buildVVInstance("ghost", "ArrayOne", "ctl1", volumeClass, false)
-                    .isUninitialized());
-    EXPECT_TRUE(VELK_StorageVolumeProvider::buildVVInstance("", "ArrayOne", "ctl1", volumeClass, false)
-                    .isUninitialized());
+    EXPECT_TRUE(build("ghost").isUninitialized());
+    EXPECT_TRUE(build("").isUninitialized());
     // Volume names are exact.
-    EXPECT_TRUE(VELK_StorageVolumeProvider::buildVVInstance("VOL1", "ArrayOne", "ctl1", volumeClass, false)
-                    .isUninitialized());
+    EXPECT_TRUE(build("VOL1").isUninitialized());
 }
 
 TEST_F(VolumeInstance, ArrayFailuresAreOperationFailures)
 {
+    // The code and message building vol1 fails with.
+    auto failure = [&] {
+        try {
+            build("vol1");
+        } catch (const CIMException& e) {
+            return std::make_pair(e.getCode(), std::string((const char*)e.getMessage().getCString()));
+        }
+        return std::make_pair(CIM_ERR_SUCCESS, std::string("no exception"));
+    };
     velksim::injectSemaphoreTimeout(1);
-    try {
-        VELK_StorageVolumeProvider::buildVVInstance("vol1", "ArrayOne", "ctl1", volumeClass, false);
-        FAIL() << "no exception";
-    } catch (const CIMException& e) {
-        EXPECT_EQ(e.getCode(), CIM_ERR_FAILED);
-        EXPECT_EQ(e.getMessage(), "cim_sem_wait: Semaphore Timed-Out");
-    }
+    EXPECT_EQ(failure(), std::make_pair(CIM_ERR_FAILED, std::string("cim_sem_wait: Semaphore Timed-Out")));
     velksim::injectFault("api_getVolume", 8, "volume table locked", 1);
-    try {
-        VELK_StorageVolumeProvider::buildVVInstance("vol1", "ArrayOne", "ctl1", volumeClass, false);
-        FAIL() << "no exception";
-    } catch (const CIMException& e) {
-        EXPECT_EQ(e.getMessage(), "api_getVolume: volume table locked");
-    }
+    EXPECT_EQ(failure(), std::make_pair(CIM_ERR_FAILED, std::string("api_getVolume: volume table locked")));
     // The semaphore was given back each time.
     EXPECT_EQ(cim_sem_wait(), 0);
     cim_sem_post();
-    EXPECT_FALSE(VELK_StorageVolumeProvider::buildVVInstance("vol1", "ArrayOne", "ctl1", volumeClass, false)
-                     .isUninitialized());
+    EXPECT_FALSE(build("vol1").isUninitialized());
 }
 
 } // namespace
