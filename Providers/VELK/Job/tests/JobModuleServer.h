@@ -67,17 +67,9 @@ inline void removeTree(const std::string& dir)
 {
     if (dir.empty() || dir.compare(0, 10, "/tmp/velk-") != 0)
         return;
-    std::string cmd = "rm -rf '" + dir + "'";
-    if (std::system(cmd.c_str()) != 0)
-    {
-        // Left behind in /tmp; nothing else to do.
-    }
-}
-
-// Schema MOF of the repository, in the order the server compiles it.
-inline std::vector<std::string> repositorySchema()
-{
-    return { std::string(VELK_SOURCE_DIR) + "/schema/root.mof" };
+    // Whatever cannot be removed is left behind in /tmp.
+    if (std::system(("rm -rf '" + dir + "'").c_str()) != 0)
+        return;
 }
 
 class JobModuleServer
@@ -111,7 +103,6 @@ public:
     }
 
     Pegasus::CIMOMHandle handle() { return _server->cimomHandle(); }
-    cimhost::EmbeddedServer& server() { return *_server; }
     const std::string& dir() const { return _dir; }
 
 private:
@@ -139,7 +130,7 @@ private:
         }
         else
         {
-            options.schemaFiles = repositorySchema();
+            options.schemaFiles = { std::string(VELK_SOURCE_DIR) + "/schema/root.mof" };
             options.registrationDirs = {
                 std::string(VELK_SOURCE_DIR) + "/schema/registration" };
         }
