@@ -169,11 +169,6 @@ CIMValue prop(const CIMInstance& instance, const char* name)
     return instance.getProperty(pos).getValue();
 }
 
-bool hasProp(const CIMInstance& instance, const char* name)
-{
-    return instance.findProperty(CIMName(name)) != PEG_NOT_FOUND;
-}
-
 std::string stringProp(const CIMInstance& instance, const char* name)
 {
     CIMValue v = prop(instance, name);

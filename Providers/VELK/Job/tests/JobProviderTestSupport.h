@@ -74,8 +74,6 @@ protected:
         const char* keyName = "InstanceID");
     CIMObjectPath classPath(const char* className = "VELK_ConcreteJob");
 
-    // Log lines captured since the last clearCaptured().
-
     std::vector<CIMInstance> enumerate();
 
     static std::unique_ptr<velktest::JobModuleServer> server;
@@ -84,7 +82,6 @@ protected:
 
 // Value of a property, or a null CIMValue when the instance lacks it.
 CIMValue prop(const CIMInstance& instance, const char* name);
-bool hasProp(const CIMInstance& instance, const char* name);
 std::string stringProp(const CIMInstance& instance, const char* name);
 Uint16 uint16Prop(const CIMInstance& instance, const char* name);
 
