@@ -1,8 +1,8 @@
 // End to end: cimhost over the demo array, its jobs enumerated with wbemcli
 // and walked from the services to their jobs and back, from jobs to their
-// method results and back, and enumerations of both association classes and of the method
-// results (whose embedded indications a CIM client decodes).
-#include "support/DemoServer.h"
+// method results and back, and enumerations of both association classes and
+// of the method results (whose embedded indications a CIM client decodes).
+#include "support/CimClientTest.h"
 
 #include <gtest/gtest.h>
 
@@ -16,11 +16,10 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObject.h>
 
+PEGASUS_USING_PEGASUS;
+
 namespace
 {
-
-const char* const kUser = "storageadmin";
-const char* const kPassword = "demo-secret";
 
 // Jobs of the demo array: the local copy tasks and the remote copies.
 const std::set<std::string> kLocalJobs = { "1001", "1002", "1003", "1004",
@@ -28,25 +27,9 @@ const std::set<std::string> kLocalJobs = { "1001", "1002", "1003", "1004",
 const std::set<std::string> kRemoteJobs = { "1012", "1013", "1014", "1015",
     "1016", "1017", "1018", "1019", "1020", "1021" };
 
-e2e::DemoServer* server = nullptr;
-
-class JobAssociationsE2E : public ::testing::Test
+class JobAssociationsE2E : public e2e::CimClientTest
 {
 protected:
-    static void SetUpTestSuite()
-    {
-        e2e::DemoServer::Options o;
-        o.user = kUser;
-        o.password = kPassword;
-        o.hostName = "velk-ctl01";
-        server = new e2e::DemoServer(o);
-        server->start();
-    }
-    static void TearDownTestSuite()
-    {
-        delete server;
-        server = nullptr;
-    }
     static std::string url(const std::string& object) { return server->velkUrl(object); }
     // wbemcli with its arguments; the output lines on success.
     static std::vector<std::string> wbemcli(std::vector<std::string> args)
@@ -197,18 +180,11 @@ TEST_F(JobAssociationsE2E, EnumeratesAssociationsAndMethodResults)
     std::set<std::string> allJobs = kLocalJobs;
     allJobs.insert(kRemoteJobs.begin(), kRemoteJobs.end());
 
-    std::vector<std::string> owning = wbemcli({"ein", url("VELK_OwningJobElement")});
-    EXPECT_EQ(allJobs.size(), owning.size());
-    std::vector<std::string> owningInstances = wbemcli(
-        {"ei", url("VELK_OwningJobElement")});
-    EXPECT_EQ(allJobs.size(), owningInstances.size());
-
-    std::vector<std::string> assoc = wbemcli(
-        {"ein", url("VELK_AssociatedJobMethodResult")});
-    EXPECT_EQ(allJobs.size(), assoc.size());
-    std::vector<std::string> assocInstances = wbemcli(
-        {"ei", url("VELK_AssociatedJobMethodResult")});
-    EXPECT_EQ(allJobs.size(), assocInstances.size());
+    for (const char* assoc : {"VELK_OwningJobElement", "VELK_AssociatedJobMethodResult"})
+    {
+        EXPECT_EQ(allJobs.size(), wbemcli({"ein", url(assoc)}).size()) << assoc;
+        EXPECT_EQ(allJobs.size(), wbemcli({"ei", url(assoc)}).size()) << assoc;
+    }
 
     std::vector<std::string> names = wbemcli({"ein", url("VELK_MethodResult")});
     EXPECT_EQ(allJobs, taskIdSet(names));
@@ -222,9 +198,6 @@ TEST_F(JobAssociationsE2E, EnumeratesAssociationsAndMethodResults)
     EXPECT_NE(std::string::npos, text.find("CIM_InstMethodCall"));
 
     // A CIM client decodes the embedded indications.
-    using namespace Pegasus;
-    CIMClient client;
-    client.connect("127.0.0.1", server->port(), kUser, kPassword);
     Array<CIMInstance> mrs = client.enumerateInstances(
         CIMNamespaceName("root/velk"), CIMName("VELK_MethodResult"));
     EXPECT_EQ(allJobs.size(), mrs.size());
@@ -238,12 +211,10 @@ TEST_F(JobAssociationsE2E, EnumeratesAssociationsAndMethodResults)
         CIMInstance call;
         v.get(call);
         EXPECT_EQ(String("CIM_InstMethodCall"), call.getClassName().getString());
-        Uint32 m = call.findProperty(CIMName("MethodName"));
-        if (m == PEG_NOT_FOUND)
+        const std::string method = e2e::propertyText(call, "MethodName");
+        if (method == "<null>")
             continue;   // remote copies stand for no method
-        String method;
-        call.getProperty(m).getValue().get(method);
-        EXPECT_FALSE(method == String::EMPTY);
+        EXPECT_FALSE(method.empty());
         Uint32 mp = call.findProperty(CIMName("MethodParameters"));
         ASSERT_NE(PEG_NOT_FOUND, mp);
         CIMValue params = call.getProperty(mp).getValue();
@@ -252,7 +223,6 @@ TEST_F(JobAssociationsE2E, EnumeratesAssociationsAndMethodResults)
         decoded++;
     }
     EXPECT_EQ(kLocalJobs.size(), decoded);
-    client.disconnect();
 }
 
 // The properties wbemcli -nl prints for the job of that task: name -> text.
