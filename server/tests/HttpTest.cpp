@@ -244,7 +244,10 @@ TEST_F(HttpTest, RequestsWithoutValidCredentialsGetTheBasicChallenge)
     }
 }
 
-TEST_F(HttpTest, ProvidersSeeTheAuthenticatedUserAndClientAddress)
+// Over TCP the provider sees the authenticated user and the client's
+// address; over the local socket, the peer's user. A second server does not
+// take over a live socket.
+TEST_F(HttpTest, ProvidersSeeTheCallerOverTcpAndOverTheLocalSocket)
 {
     auto res = post(WHO_AM_I, cimHeaders("WhoAmI", "root%2Ftest%3ATest_Method.Id%3D%22m%22"),
         basic("alice", "secret").c_str());
@@ -252,20 +255,17 @@ TEST_F(HttpTest, ProvidersSeeTheAuthenticatedUserAndClientAddress)
     EXPECT_EQ(200, res->status);
     EXPECT_NE(std::string::npos, res->body.find(">alice<")) << res->body;
     EXPECT_NE(std::string::npos, res->body.find(">127.0.0.1<")) << res->body;
-}
 
-TEST_F(HttpTest, LocalSocketTrustsThePeerUserAndASecondServerDoesNotTakeItOver)
-{
     int fd = connectUnix(server->socketPath());
     ASSERT_GE(fd, 0);
-    std::string res = roundTrip(fd, request("POST", WHO_AM_I,
+    std::string local = roundTrip(fd, request("POST", WHO_AM_I,
         "CIMOperation: MethodCall\r\nCIMMethod: WhoAmI\r\n"
         "CIMObject: root%2Ftest%3ATest_Method.Id%3D%22m%22\r\n"));
     ::close(fd);
     passwd* pw = ::getpwuid(::geteuid());
     ASSERT_NE(nullptr, pw);
-    EXPECT_EQ(0u, res.find("HTTP/1.1 200")) << res;
-    EXPECT_NE(std::string::npos, res.find(">" + std::string(pw->pw_name) + "<")) << res;
+    EXPECT_EQ(0u, local.find("HTTP/1.1 200")) << local;
+    EXPECT_NE(std::string::npos, local.find(">" + std::string(pw->pw_name) + "<")) << local;
 
     cimhost::ServerOptions o = cimhost_test::testModuleOptions();
     o.socketPath = server->socketPath();
@@ -277,22 +277,15 @@ TEST_F(HttpTest, LocalSocketTrustsThePeerUserAndASecondServerDoesNotTakeItOver)
         ::close(fd);
 }
 
-TEST_F(HttpTest, MalformedXmlIsRefusedAndTheServerKeepsServing)
+// Refused requests: malformed XML, an oversized body, other methods, no
+// Host; the server keeps serving.
+TEST_F(HttpTest, BadRequestsAreRefusedAndTheServerKeepsServing)
 {
     auto bad = post("<CIM><MESSAGE", cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
         basic("alice", "secret").c_str());
     ASSERT_TRUE(bad);
     EXPECT_EQ(400, bad->status);
     EXPECT_EQ("request-not-well-formed", bad->get_header_value("CIMError"));
-    auto good = enumNames();
-    ASSERT_TRUE(good);
-    EXPECT_EQ(200, good->status);
-    EXPECT_EQ("MethodResponse", good->get_header_value("CIMOperation"));
-    EXPECT_EQ(4u, occurrences(good->body, "<INSTANCENAME CLASSNAME=\"")) << good->body;
-}
-
-TEST_F(HttpTest, OversizedBodyOtherMethodsAndNoHostAreHttpErrors)
-{
     std::string big(8192, ' ');
     auto res = post(big, cimHeaders("EnumerateInstanceNames", "root%2Ftest"),
         basic("alice", "secret").c_str());
@@ -312,6 +305,12 @@ TEST_F(HttpTest, OversizedBodyOtherMethodsAndNoHostAreHttpErrors)
     std::string noHost = roundTrip(fd, req);
     ::close(fd);
     EXPECT_EQ(0u, noHost.find("HTTP/1.1 400")) << noHost;
+
+    auto good = enumNames();
+    ASSERT_TRUE(good);
+    EXPECT_EQ(200, good->status);
+    EXPECT_EQ("MethodResponse", good->get_header_value("CIMOperation"));
+    EXPECT_EQ(4u, occurrences(good->body, "<INSTANCENAME CLASSNAME=\"")) << good->body;
 }
 
 TEST_F(HttpTest, SlowClientIsCutOffWhileOthersAreServed)
