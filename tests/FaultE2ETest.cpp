@@ -104,22 +104,9 @@ std::string longRunningDemo()
 // "rc:4", "CIM 6: <description>", "other: <message>".
 std::string answerOf(const std::function<std::string()>& request)
 {
-    try
-    {
-        return request();
-    }
-    catch (const CIMException& e)
-    {
-        return "CIM " + std::to_string(int(e.getCode())) + ": " + text(e.getMessage());
-    }
-    catch (const Exception& e)
-    {
-        return "other: " + text(e.getMessage());
-    }
-    catch (const std::exception& e)
-    {
-        return std::string("other: ") + e.what();
-    }
+    std::string answer;
+    const std::string outcome = e2e::outcome([&] { answer = request(); });
+    return outcome == "ok" ? answer : outcome;
 }
 
 enum Phase

@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <exception>
 #include <functional>
 #include <string>
 
@@ -86,6 +87,10 @@ inline std::string outcome(const std::function<void()>& request)
     catch (const Pegasus::Exception& e)
     {
         return "other: " + text(e.getMessage());
+    }
+    catch (const std::exception& e)
+    {
+        return std::string("other: ") + e.what();
     }
 }
 
