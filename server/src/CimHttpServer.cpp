@@ -217,6 +217,7 @@ bool CimHttpServer::process_and_close_socket(socket_t sock)
             tlsStream = &stream;
             size_t count = keep_alive_max_count_;
             auto stopped = [this] { return svr_sock_ == INVALID_SOCKET; };
+            stream.setStopped(stopped);
             while (count > 0 &&
                 stream.waitForRequest(Clock::now() + std::chrono::seconds(keep_alive_timeout_sec_),
                     stopped))

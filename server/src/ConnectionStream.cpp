@@ -56,6 +56,9 @@ bool waitForTls(SSL* ssl, int sock, int result, int timeoutMs)
 // Writes up to this size wait to leave with what follows them.
 const size_t COALESCE_BYTES = 16 * 1024;
 
+// How often a read waiting for its peer looks whether the server stops.
+const int STOP_CHECK_MS = 100;
+
 } // namespace
 
 ConnectionStream::ConnectionStream(int sock, SSL_CTX* tls, bool local, int writeTimeoutMs)
@@ -101,6 +104,19 @@ bool ConnectionStream::handshake(Clock::time_point deadline)
     }
 }
 
+bool ConnectionStream::waitBefore(Clock::time_point deadline, short events) const
+{
+    for (;;)
+    {
+        int left = remainingMs(deadline);
+        int slice = _stopped ? std::min(left, STOP_CHECK_MS) : left;
+        if (pollFor(_sock, events, slice))
+            return true;
+        if (slice == left || _stopped())
+            return false;
+    }
+}
+
 bool ConnectionStream::waitReadable(int timeoutMs) const
 {
     if (_ssl && SSL_pending(_ssl) > 0)
@@ -124,7 +140,9 @@ bool ConnectionStream::fill()
             int r = SSL_read(_ssl, chunk, sizeof(chunk));
             if (r <= 0)
             {
-                if (!waitForTls(_ssl, _sock, r, remainingMs(_deadline)))
+                int error = SSL_get_error(_ssl, r);
+                if ((error != SSL_ERROR_WANT_READ && error != SSL_ERROR_WANT_WRITE) ||
+                    !waitBefore(_deadline, error == SSL_ERROR_WANT_READ ? POLLIN : POLLOUT))
                     return false;
                 continue;
             }
@@ -139,7 +157,7 @@ bool ConnectionStream::fill()
                 continue;
             if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
             {
-                if (!pollFor(_sock, POLLIN, remainingMs(_deadline)))
+                if (!waitBefore(_deadline, POLLIN))
                     return false;
                 continue;
             }
@@ -188,8 +206,11 @@ bool ConnectionStream::is_readable() const
     if (buffered() > 0)
         return true;
     // Whatever the peer may be waiting for leaves before the wait.
-    return const_cast<ConnectionStream*>(this)->flush() &&
-        waitReadable(remainingMs(_deadline));
+    if (!const_cast<ConnectionStream*>(this)->flush())
+        return false;
+    if (_ssl && SSL_pending(_ssl) > 0)
+        return true;
+    return waitBefore(_deadline, POLLIN);
 }
 
 bool ConnectionStream::is_writable() const

@@ -15,6 +15,7 @@
 #include <sys/uio.h>
 
 #include <chrono>
+#include <functional>
 #include <string>
 
 namespace cimhost
@@ -53,6 +54,10 @@ public:
 
     void setDeadline(Clock::time_point deadline) { _deadline = deadline; }
 
+    // Tells reads that the server is stopping: a read waiting for the peer
+    // then gives up at once instead of at its deadline.
+    void setStopped(std::function<bool()> stopped) { _stopped = std::move(stopped); }
+
     // Drops the "M-" of an M-POST request line, so that the HTTP parser sees
     // POST. False when the connection ended or stalled before the method.
     bool stripExtensionMethod(bool& mpost);
@@ -75,6 +80,9 @@ public:
 private:
     size_t buffered() const { return _data.size() - _pos; }
     bool waitReadable(int timeoutMs) const;
+    // Polls for events until the deadline, in short slices while the server
+    // may stop; false on time-out or stop.
+    bool waitBefore(Clock::time_point deadline, short events) const;
     bool fill();  // reads more bytes before the deadline
     // Sends from the pieces given, waiting up to the write time-out for
     // room; the bytes sent, or -1.
@@ -87,6 +95,7 @@ private:
     bool _local;
     int _writeTimeoutMs;
     Clock::time_point _deadline;
+    std::function<bool()> _stopped;
     std::string _data;
     size_t _pos = 0;
     std::string _out;  // written, not sent yet
