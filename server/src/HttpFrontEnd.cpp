@@ -17,7 +17,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <chrono>
-#include <malloc.h>
 #include <memory>
 #include <stdexcept>
 #include <unistd.h>
@@ -122,7 +121,7 @@ HttpFrontEnd::HttpFrontEnd(const ServerOptions& options, CIMOperations& target,
     : _options(options), _hostName(narrow(hostName)), _processor(target, hostName, 0, &pull),
       _passwords(passwords), _logger(logger),
       _throttle(options.maxLoginFailures, std::chrono::minutes(1)),
-      _slots(options.workerCount)
+      _slots(options.workerCount), _trimmer(TRIM_QUIET)
 {
 }
 
@@ -355,7 +354,7 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
                 sink.done();
                 logAnswer(*state, 200, code, std::string());
                 if (body.bytes() >= TRIM_AFTER_BYTES)
-                    returnFreeMemory();
+                    _trimmer.largeAnswerEnded();
                 return body.ok();
             });
         return;
@@ -378,10 +377,10 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
             size_t n = body->read(offset, data, length);
             return n > 0 && sink.write(data, n);
         },
-        [body, size](bool) {
+        [this, body, size](bool) {
             body->discard();
             if (size >= TRIM_AFTER_BYTES)
-                returnFreeMemory();
+                _trimmer.largeAnswerEnded();
         });
 }
 
@@ -405,11 +404,6 @@ bool HttpFrontEnd::acceptsTrailers(const httplib::Request& req)
         pos = end + 1;
     }
     return false;
-}
-
-void HttpFrontEnd::returnFreeMemory()
-{
-    ::malloc_trim(0);
 }
 
 void HttpFrontEnd::logAnswer(const Answer& answer, Uint32 status, Uint32 code,

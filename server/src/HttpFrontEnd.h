@@ -13,6 +13,7 @@
 #include <cimhost/EmbeddedServer.h>
 
 #include "LoginThrottle.h"
+#include "MemoryTrimmer.h"
 #include "RequestSlots.h"
 
 #include <CimXml/CimXmlRequestProcessor.h>
@@ -83,12 +84,13 @@ private:
         Pegasus::CimXmlRequestProcessor::Call call;
     };
 
-    // Memory freed by an answer this large goes back to the system.
+    // Memory freed by answers this large goes back to the system once the
+    // server has sent none for TRIM_QUIET.
     static constexpr size_t TRIM_AFTER_BYTES = 4 * 1024 * 1024;
+    static constexpr std::chrono::milliseconds TRIM_QUIET{1000};
 
     // Whether the client takes a chunked answer with trailer fields.
     static bool acceptsTrailers(const httplib::Request& req);
-    static void returnFreeMemory();
     void logAnswer(const Answer& answer, Pegasus::Uint32 status, Pegasus::Uint32 code,
         const std::string& cimError);
     void configure(CimHttpServer& server, Transport transport);
@@ -104,6 +106,7 @@ private:
     Logger& _logger;
     LoginThrottle _throttle;
     RequestSlots _slots;
+    MemoryTrimmer _trimmer;
 
     std::unique_ptr<CimHttpServer> _http;
     std::unique_ptr<CimHttpServer> _https;
