@@ -16,6 +16,8 @@
 #ifndef CIMHOST_CIM_HTTP_SERVER_H
 #define CIMHOST_CIM_HTTP_SERVER_H
 
+#include "PasswordFile.h"
+
 #include <httplib.h>
 #include <openssl/ssl.h>
 
@@ -38,6 +40,11 @@ struct ConnectionInfo
     std::string remoteIp;    // TCP: client address; local: 127.0.0.1
     bool mpost = false;      // this request came as M-POST
     std::string user;        // the user the header check let in
+    // TCP and TLS: the Authorization value the password file last accepted
+    // on this connection, for whom, and how long that holds.
+    std::string acceptedAuthorization;
+    std::string acceptedUser;
+    PasswordFile::Acceptance acceptance;
 };
 
 struct ListenerLimits

@@ -246,12 +246,27 @@ bool HttpFrontEnd::checkHeaders(const httplib::Request& req, httplib::Response& 
     }
     else
     {
+        auto authorization = req.headers.find("Authorization");
+        if (authorization != req.headers.end() && req.headers.count("Authorization") != 1)
+            authorization = req.headers.end();
+        // The credentials this connection sent last time need no new check
+        // while the password file says they still hold.
+        if (authorization != req.headers.end() && _passwords &&
+            !conn->acceptedAuthorization.empty() &&
+            authorization->second == conn->acceptedAuthorization &&
+            _passwords->stillAccepted(conn->acceptance))
+        {
+            authenticated = true;
+            user = conn->acceptedUser;
+        }
         std::string password;
-        if (req.headers.count("Authorization") == 1 &&
-            decodeBasic(req.headers.find("Authorization")->second, user, password) &&
+        PasswordFile::Acceptance acceptance;
+        if (!authenticated && authorization != req.headers.end() &&
+            decodeBasic(authorization->second, user, password) &&
             PasswordFile::validUserName(user) && _passwords)
         {
-            if (_passwords->recentlyVerified(user, password))
+            conn->acceptedAuthorization.clear();
+            if (_passwords->recentlyVerified(user, password, &acceptance))
                 authenticated = true;
             else if (_throttle.blocked(ip))
             {
@@ -262,10 +277,16 @@ bool HttpFrontEnd::checkHeaders(const httplib::Request& req, httplib::Response& 
                     " -> 429 too many failed logins from this address");
                 return true;
             }
-            else if (_passwords->verify(user, password))
+            else if (_passwords->verify(user, password, &acceptance))
                 authenticated = true;
             else
                 _throttle.failed(ip);
+            if (authenticated && acceptance.generation != 0)
+            {
+                conn->acceptedAuthorization = authorization->second;
+                conn->acceptedUser = user;
+                conn->acceptance = acceptance;
+            }
         }
     }
     if (!authenticated)

@@ -104,16 +104,21 @@ void PasswordFile::reloadIfChanged()
     {
         _entries.clear();
         _verified.clear();
+        ++_generation;
         _loaded = true;
         _size = -1;
         return;
     }
-    if (_loaded && st.st_mtim.tv_sec == _mtime && st.st_mtim.tv_nsec == _mtimeNsec &&
-        st.st_size == _size)
+    // A file put in place by a rename is another file, whatever its time.
+    if (_loaded && st.st_dev == _device && st.st_ino == _inode &&
+        st.st_mtim.tv_sec == _mtime && st.st_mtim.tv_nsec == _mtimeNsec && st.st_size == _size)
         return;
     _entries = readEntries();
     _verified.clear();
+    ++_generation;
     _loaded = true;
+    _device = st.st_dev;
+    _inode = st.st_ino;
     _mtime = st.st_mtim.tv_sec;
     _mtimeNsec = st.st_mtim.tv_nsec;
     _size = st.st_size;
@@ -139,7 +144,8 @@ const std::string& PasswordFile::dummyHash()
     return _dummy;
 }
 
-bool PasswordFile::cachedLocked(const std::string& user, const std::string& key)
+bool PasswordFile::cachedLocked(const std::string& user, const std::string& key,
+    Acceptance* acceptance)
 {
     reloadIfChanged();
     if (!_entries.count(user))
@@ -148,25 +154,41 @@ bool PasswordFile::cachedLocked(const std::string& user, const std::string& key)
     if (it == _verified.end())
         return false;
     if (std::chrono::steady_clock::now() < it->second)
+    {
+        if (acceptance)
+            *acceptance = Acceptance{_generation, it->second};
         return true;
+    }
     _verified.erase(it);
     return false;
 }
 
-bool PasswordFile::recentlyVerified(const std::string& user, const std::string& password)
+bool PasswordFile::recentlyVerified(const std::string& user, const std::string& password,
+    Acceptance* acceptance)
 {
     std::string key = cacheKey(user, password);
     std::lock_guard<std::mutex> lock(_mutex);
-    return cachedLocked(user, key);
+    return cachedLocked(user, key, acceptance);
 }
 
-bool PasswordFile::verify(const std::string& user, const std::string& password)
+bool PasswordFile::stillAccepted(const Acceptance& acceptance)
+{
+    if (acceptance.generation == 0)
+        return false;
+    std::lock_guard<std::mutex> lock(_mutex);
+    reloadIfChanged();
+    return acceptance.generation == _generation &&
+        std::chrono::steady_clock::now() < acceptance.expiry;
+}
+
+bool PasswordFile::verify(const std::string& user, const std::string& password,
+    Acceptance* acceptance)
 {
     std::string stored;
     std::string key = cacheKey(user, password);
     {
         std::lock_guard<std::mutex> lock(_mutex);
-        if (cachedLocked(user, key))
+        if (cachedLocked(user, key, acceptance))
             return true;
         auto it = _entries.find(user);
         if (it != _entries.end())
@@ -191,9 +213,14 @@ bool PasswordFile::verify(const std::string& user, const std::string& password)
         for (auto v = _verified.begin(); v != _verified.end();)
             v = v->second <= now ? _verified.erase(v) : std::next(v);
         if (_verified.size() >= MAX_CACHED)
+        {
             _verified.clear();
+            ++_generation;
+        }
     }
     _verified[key] = now + CACHE_TIME;
+    if (acceptance)
+        *acceptance = Acceptance{_generation, now + CACHE_TIME};
     return true;
 }
 

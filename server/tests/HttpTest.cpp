@@ -15,6 +15,7 @@
 
 #include <chrono>
 #include <fstream>
+#include <functional>
 #include <netinet/in.h>
 #include <poll.h>
 #include <pwd.h>
@@ -675,6 +676,42 @@ TEST_F(HttpTest, MPostAndKeepAliveOnOneConnection)
         "CIMObject: root%2Ftest\r\n"));
     EXPECT_EQ(0u, second.find("HTTP/1.1 200")) << second;
     ::close(fd);
+}
+
+// A connection that logged in keeps its credentials only while the password
+// file still accepts them: a change of the file refuses its next request.
+TEST_F(HttpTest, AChangedPasswordFileRefusesTheNextRequestOfALoggedInConnection)
+{
+    const std::string path = tmp + "/passwd";
+    const struct
+    {
+        const char* what;
+        std::function<void()> change;
+    } cases[] = {
+        {"password changed", [&] { cimhost::PasswordFile(path).setPassword("alice", "other"); }},
+        {"user removed", [&] { cimhost::PasswordFile(path).remove("alice"); }},
+        {"account disabled in place", [&] {
+             std::string line;
+             std::getline(std::ifstream(path), line);
+             std::ofstream(path, std::ios::trunc) << "alice:!" << line.substr(6) << "\n";
+         }},
+    };
+    std::string enumNames = request("POST", ENUM_NAMES, "Authorization: " +
+        basic("alice", "secret") + "\r\nCIMOperation: MethodCall\r\n"
+        "CIMMethod: EnumerateInstanceNames\r\nCIMObject: root%2Ftest\r\n");
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        cimhost::PasswordFile(path).setPassword("alice", "secret");
+        int fd = connectTcp(port);
+        ASSERT_GE(fd, 0);
+        EXPECT_EQ(0u, roundTrip(fd, enumNames).find("HTTP/1.1 200"));
+        EXPECT_EQ(0u, roundTrip(fd, enumNames).find("HTTP/1.1 200"));
+        c.change();
+        std::string refused = roundTrip(fd, enumNames);
+        EXPECT_EQ(0u, refused.find("HTTP/1.1 401")) << refused;
+        ::close(fd);
+    }
 }
 
 // A throw-away self-signed certificate for localhost and its key, as PEM.
