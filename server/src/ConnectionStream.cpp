@@ -220,6 +220,12 @@ bool ConnectionStream::is_writable() const
 
 ssize_t ConnectionStream::read(char* ptr, size_t size)
 {
+    // The HTTP parser reads the request line and headers a byte at a time.
+    if (size == 1 && _pos < _data.size())
+    {
+        *ptr = _data[_pos++];
+        return 1;
+    }
     if (buffered() == 0 && !fill())
         return -1;
     size_t n = std::min(size, buffered());

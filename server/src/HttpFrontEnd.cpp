@@ -19,6 +19,7 @@
 #include <chrono>
 #include <memory>
 #include <stdexcept>
+#include <strings.h>
 #include <unistd.h>
 
 using namespace Pegasus;
@@ -48,14 +49,15 @@ bool iequalsPrefix(const std::string& text, const std::string& prefix)
 std::string headerValue(const httplib::Request& req, const char* name)
 {
     // Also the "NN-" prefixed form of M-POST.
+    size_t n = std::strlen(name);
     for (const auto& h : req.headers)
     {
         const std::string& key = h.first;
-        if (iequalsPrefix(key, name) && key.size() == std::strlen(name))
+        if (key.size() == n && ::strcasecmp(key.c_str(), name) == 0)
             return h.second;
-        if (key.size() == std::strlen(name) + 3 && std::isdigit(static_cast<unsigned char>(key[0])) &&
+        if (key.size() == n + 3 && std::isdigit(static_cast<unsigned char>(key[0])) &&
             std::isdigit(static_cast<unsigned char>(key[1])) && key[2] == '-' &&
-            iequalsPrefix(key.substr(3), name))
+            ::strcasecmp(key.c_str() + 3, name) == 0)
             return h.second;
     }
     return std::string();
@@ -305,15 +307,21 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
 {
     auto started = std::chrono::steady_clock::now();
     const ConnectionInfo* conn = CimHttpServer::currentConnection();
-    std::string ip = conn->remoteIp;
-    std::string user = conn->user;
-    std::string method = conn->mpost ? "M-POST" : req.method;
 
-    OperationContext context;
+    // What the log line of this request needs once the answer is out; the
+    // line itself is made only when it is written.
+    auto state = std::make_shared<Answer>();
+    state->started = started;
+    state->ip = conn->remoteIp;
+    state->user = conn->user;
+    state->method = conn->mpost ? "M-POST" : req.method;
+    state->cimMethod = headerValue(req, "CIMMethod");
+    state->cimObject = headerValue(req, "CIMObject");
+    OperationContext& context = state->context;
 #ifdef PEGASUS_HAS_IDENTITY_IP_ADDRESS
-    context.insert(IdentityContainer(String(user.c_str()), String(ip.c_str())));
+    context.insert(IdentityContainer(String(state->user.c_str()), String(state->ip.c_str())));
 #else
-    context.insert(IdentityContainer(String(user.c_str())));
+    context.insert(IdentityContainer(String(state->user.c_str())));
 #endif
     context.insert(AcceptLanguageListContainer(AcceptLanguageList()));
     context.insert(ContentLanguageListContainer(ContentLanguageList()));
@@ -323,15 +331,9 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
     for (const auto& h : req.headers)
         headers.emplace_back(h.first, h.second);
 
-    // What the log line of this request needs once the answer is out.
-    auto state = std::make_shared<Answer>();
-    state->started = started;
-    state->prefix = ip + " user \"" + logText(user) + "\" " + method + " " +
-        logText(headerValue(req, "CIMMethod")) + " " + logText(headerValue(req, "CIMObject")) +
-        " -> ";
-    state->context = std::move(context);
     std::unique_ptr<RequestSlots::Hold> slot(new RequestSlots::Hold(_slots));
-    CimXmlHttpResponse answer = _processor.prepare(method, headers, req.body, state->call);
+    CimXmlHttpResponse answer = _processor.prepare(state->method, headers, req.body,
+        state->call);
 
     res.status = static_cast<int>(answer.status);
     std::string contentType;
@@ -430,18 +432,20 @@ bool HttpFrontEnd::acceptsTrailers(const httplib::Request& req)
 void HttpFrontEnd::logAnswer(const Answer& answer, Uint32 status, Uint32 code,
     const std::string& cimError)
 {
+    LogLevel level = status != 200 || code ? LogLevel::Warning : LogLevel::Info;
+    if (!_logger.enabled(level))
+        return;
     long ms = static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(
         std::chrono::steady_clock::now() - answer.started).count());
-    std::string line = answer.prefix + std::to_string(status);
+    std::string line = answer.ip + " user \"" + logText(answer.user) + "\" " + answer.method +
+        " " + logText(answer.cimMethod) + " " + logText(answer.cimObject) + " -> " +
+        std::to_string(status);
     if (code)
         line += " CIM error " + std::to_string(code);
     if (!cimError.empty())
         line += " CIMError " + cimError;
     line += " (" + std::to_string(ms) + " ms)";
-    if (status != 200 || code)
-        _logger.warning(line);
-    else
-        _logger.info(line);
+    _logger.log(level, line);
 }
 
 void HttpFrontEnd::runListener(httplib::Server& server)

@@ -79,7 +79,11 @@ private:
     struct Answer
     {
         std::chrono::steady_clock::time_point started;
-        std::string prefix;  // the log line up to the status
+        std::string ip;
+        std::string user;
+        std::string method;     // POST or M-POST
+        std::string cimMethod;  // the CIMMethod and CIMObject headers as sent
+        std::string cimObject;
         Pegasus::OperationContext context;
         Pegasus::CimXmlRequestProcessor::Call call;
     };

@@ -91,16 +91,15 @@ LogLevel Logger::parseLevel(const std::string& text)
 
 bool Logger::enabled(LogLevel level) const
 {
-    std::lock_guard<std::mutex> lock(_mutex);
-    return level != LogLevel::Off && static_cast<int>(level) <= static_cast<int>(_level);
+    return level != LogLevel::Off && static_cast<int>(level) <= static_cast<int>(_level.load());
 }
 
 void Logger::log(LogLevel level, const std::string& message)
 {
     static const char* const names[] = {"OFF", "ERROR", "WARNING", "INFO", "DEBUG"};
-    std::lock_guard<std::mutex> lock(_mutex);
-    if (level == LogLevel::Off || static_cast<int>(level) > static_cast<int>(_level))
+    if (!enabled(level))
         return;
+    std::lock_guard<std::mutex> lock(_mutex);
     char stamp[32];
     std::time_t now = std::time(nullptr);
     std::tm tm;

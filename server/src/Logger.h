@@ -4,6 +4,7 @@
 #ifndef CIMHOST_LOGGER_H
 #define CIMHOST_LOGGER_H
 
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <mutex>
@@ -52,7 +53,7 @@ private:
     void rotate();
 
     mutable std::mutex _mutex;
-    LogLevel _level;
+    std::atomic<LogLevel> _level;  // read without the mutex: most lines are not written
     std::FILE* _file;
     bool _ownsFile;
     std::string _path;
