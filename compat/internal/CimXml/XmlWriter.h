@@ -11,6 +11,7 @@
 #ifndef CimXml_XmlWriter_h
 #define CimXml_XmlWriter_h
 
+#include <cstring>
 #include <string>
 #include <Pegasus/Common/Config.h>
 #include <Pegasus/Common/Linkage.h>
@@ -132,13 +133,61 @@ public:
     static std::string percentEncode(const String& s);
 
 private:
-    void _appendAttr(const char* name, const String& value);
-    void _appendAttr(const char* name, const char* value);
-    void _appendTypeAttrs(const CIMValue& value, const char* typeAttr);
+    class Scope;
+
+    // Raw output: while a public call runs, _out is longer than its text
+    // (zero-filled room) and bytes are written at _p; the call's Scope cuts
+    // _out back to its text when the outermost call returns.
+    char* _room(size_t n)
+    {
+        if (size_t(_end - _p) < n)
+            _grow(n);
+        return _p;
+    }
+    void _grow(size_t n);
+    void _text(const char* s, size_t n)
+    {
+        char* d = _room(n);
+        std::memcpy(d, s, n);
+        _p = d + n;
+    }
+    template <size_t N>
+    void _lit(const char (&s)[N])
+    {
+        _text(s, N - 1);
+    }
+    void _text(const char* s) { _text(s, std::strlen(s)); }
+    // lead, the escaped text of s (mode as in escaping: 0 element text, 1
+    // embedded XML, 2 attribute value), then trail.
+    void _escaped(const char* lead, size_t leadSize, const String& s, int mode,
+        const char* trail, size_t trailSize);
+    void _escaped(const Char16* s, size_t n, int mode);
+    void _escaped(const char* s, size_t n, int mode);
+    // lead (` NAME="`), the escaped value, and the closing quote.
+    void _attr(const char* lead, size_t leadSize, const String& value)
+    {
+        _escaped(lead, leadSize, value, 2, "\"", 1);
+    }
+    template <size_t N>
+    void _attr(const char (&lead)[N], const String& value)
+    {
+        _attr(lead, N - 1, value);
+    }
+    template <class T>
+    void _valueOf(const T& x);
+    template <class T>
+    void _scalarValue(const CIMValue& value);
+    template <class T>
+    void _arrayValues(const CIMValue& value);
     void _appendFlavor(const CIMFlavor& flavor);
     void _appendReferenceContent(const CIMObjectPath& path);
 
     std::string& _out;
+    char* _p;
+    char* _end;
+    size_t _opened;     // where the outermost call started writing
+    size_t _lastSize;   // what the last outermost call wrote
+    Uint32 _depth;
     Uint32 _flags;
     bool _skipQualifiers;
 };

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <regex>
+#include <vector>
 
 #include <CimXml/XmlReader.h>
 #include <CimXml/XmlWriter.h>
@@ -155,6 +156,66 @@ TEST(CimXmlWriter, EscapingUsesNamedEntitiesAndKeepsCarriageReturns)
     std::string out;
     XmlWriter::appendEscaped(out, String("say \"hi\" & <go>\n"), true);
     EXPECT_EQ("say &quot;hi&quot; &amp; &lt;go&gt;&#10;", out);
+}
+
+// Plain ASCII is copied several units at a time: a unit that needs escaping
+// or encoding must come out right wherever it falls in such a run, also
+// across the ends of a run and of the pieces a long text is written in.
+TEST(CimXmlWriter, EscapingAndEncodingAtEveryPositionOfAPlainRun)
+{
+    struct Case
+    {
+        std::vector<Uint16> units;
+        const char* text;       // element text
+        const char* attribute;  // attribute value
+    };
+    const Case cases[] = {
+        { { '&' }, "&amp;", "&amp;" },
+        { { '<' }, "&lt;", "&lt;" },
+        { { '>' }, "&gt;", "&gt;" },
+        { { '"' }, "\"", "&quot;" },
+        { { '\r' }, "&#13;", "&#13;" },
+        { { '\n' }, "\n", "&#10;" },
+        { { 0x01 }, "&#1;", "&#1;" },
+        { { 0x7F }, "\x7F", "\x7F" },
+        { { 0xE9 }, "\xC3\xA9", "\xC3\xA9" },
+        { { 0x100 }, "\xC4\x80", "\xC4\x80" },
+        { { 0x20AC }, "\xE2\x82\xAC", "\xE2\x82\xAC" },
+        { { 0x8000 }, "\xE8\x80\x80", "\xE8\x80\x80" },
+        { { 0xD83D, 0xDE00 }, "\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80" },
+        { { 0xD83D }, "\xEF\xBF\xBD", "\xEF\xBF\xBD" },
+        { { 0xDE00 }, "\xEF\xBF\xBD", "\xEF\xBF\xBD" },
+    };
+    // Short runs, and runs around the length written per piece.
+    const size_t lengths[] = { 1, 8, 17, 24, 4095, 4096, 4097, 8193 };
+    for (const Case& c : cases)
+    {
+        for (size_t length : lengths)
+        {
+            std::vector<size_t> positions;
+            for (size_t at = 0; at < length && at < 18; at++)
+                positions.push_back(at);
+            for (size_t at : { length - 1, length / 2, size_t(4094), size_t(4095), size_t(4096) })
+                if (at < length)
+                    positions.push_back(at);
+            for (size_t at : positions)
+            {
+                std::vector<Uint16> units(length, Uint16('a' + at % 26));
+                units.insert(units.begin() + long(at), c.units.begin(), c.units.end());
+                String s(reinterpret_cast<const Char16*>(units.data()), Uint32(units.size()));
+                std::string before(at, char('a' + at % 26));
+                std::string after(length - at, char('a' + at % 26));
+                SCOPED_TRACE("unit " + std::to_string(c.units[0]) + " at " + std::to_string(at) +
+                    " of " + std::to_string(length));
+                std::string text = "x";
+                XmlWriter::appendEscaped(text, s, false);
+                EXPECT_EQ("x" + before + c.text + after, text);
+                std::string attribute;
+                XmlWriter::appendEscaped(attribute, s, true);
+                EXPECT_EQ(before + c.attribute + after, attribute);
+            }
+        }
+    }
 }
 
 TEST(CimXmlWriter, InstancePropertiesInTheStrictClientForm)

@@ -1,9 +1,14 @@
 // Encoder of the CIM object model into CIM-XML.
 #include <CimXml/XmlWriter.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include <Pegasus/Common/CIMDateTime.h>
 #include <Pegasus/Common/CIMStatusCode.h>
@@ -24,6 +29,32 @@ void appendInteger(std::string& out, T x)
     NumberText::append(out, x);
 }
 
+// A literal and its length.
+struct Text
+{
+    const char* s;
+    size_t n;
+};
+
+template <size_t N>
+constexpr Text text(const char (&s)[N])
+{
+    return Text{s, N - 1};
+}
+
+template <size_t N>
+inline char* put(char* d, const char (&s)[N])
+{
+    std::memcpy(d, s, N - 1);
+    return d + N - 1;
+}
+
+inline char* put(char* d, Text t)
+{
+    std::memcpy(d, t.s, t.n);
+    return d + t.n;
+}
+
 const char* typeName(CIMType type)
 {
     if (type == CIMTYPE_INSTANCE || type == CIMTYPE_OBJECT)
@@ -31,22 +62,38 @@ const char* typeName(CIMType type)
     return cimTypeToString(type);
 }
 
-const char* embeddedKind(CIMType type)
+// The TYPE attribute of each CIM type, as written on properties and
+// qualifiers (embedded objects travel as strings).
+Text typeAttr(CIMType type)
 {
-    if (type == CIMTYPE_INSTANCE)
-        return "instance";
-    if (type == CIMTYPE_OBJECT)
-        return "object";
-    return 0;
+    static const Text attrs[] = {
+        text(" TYPE=\"boolean\""), text(" TYPE=\"uint8\""), text(" TYPE=\"sint8\""),
+        text(" TYPE=\"uint16\""), text(" TYPE=\"sint16\""), text(" TYPE=\"uint32\""),
+        text(" TYPE=\"sint32\""), text(" TYPE=\"uint64\""), text(" TYPE=\"sint64\""),
+        text(" TYPE=\"real32\""), text(" TYPE=\"real64\""), text(" TYPE=\"char16\""),
+        text(" TYPE=\"string\""), text(" TYPE=\"datetime\""), text(" TYPE=\"reference\""),
+        text(" TYPE=\"string\""), text(" TYPE=\"string\""),
+    };
+    Uint32 i = Uint32(type);
+    return i < sizeof(attrs) / sizeof(attrs[0]) ? attrs[i] : text(" TYPE=\"unknown\"");
 }
 
-const char* valueTypeOf(CIMKeyBinding::Type type)
+Text embeddedAttr(CIMType type)
+{
+    if (type == CIMTYPE_INSTANCE)
+        return text(" EmbeddedObject=\"instance\"");
+    if (type == CIMTYPE_OBJECT)
+        return text(" EmbeddedObject=\"object\"");
+    return Text{"", 0};
+}
+
+Text valueTypeAttr(CIMKeyBinding::Type type)
 {
     switch (type)
     {
-        case CIMKeyBinding::BOOLEAN: return "boolean";
-        case CIMKeyBinding::NUMERIC: return "numeric";
-        default: return "string";
+        case CIMKeyBinding::BOOLEAN: return text("<KEYVALUE VALUETYPE=\"boolean\">");
+        case CIMKeyBinding::NUMERIC: return text("<KEYVALUE VALUETYPE=\"numeric\">");
+        default: return text("<KEYVALUE VALUETYPE=\"string\">");
     }
 }
 
@@ -61,10 +108,270 @@ String descriptionOf(Uint32 code, const String& message)
     return d;
 }
 
+// Bytes an escaped unit or byte may take at most ("&quot;").
+const size_t ESCAPED_MAX = 6;
+// Units escaped per room check: bounds the room a long text asks for.
+const size_t ESCAPE_BLOCK = 4096;
+// Room added beyond a request, so that the elements that follow find room
+// without growing the output again (the room is zero-filled first, so it
+// stays small).
+const size_t SLACK = 128;
+// Largest size of the last call taken as the size of the next one.
+const size_t HINT_MAX = 64 * 1024;
+
+// mode 0: element text; 1: element text carrying embedded XML (quotes
+// escaped too); 2: attribute value.
+inline bool plainChar(unsigned char c)
+{
+    return c >= 0x20 && c != '&' && c != '<' && c != '>' && c != '"';
+}
+
+// Writes one ASCII character, escaped as mode needs.
+inline char* escapeAscii(char* d, unsigned c, int mode)
+{
+    switch (c)
+    {
+        case '&': return put(d, "&amp;");
+        case '<': return put(d, "&lt;");
+        case '>': return put(d, "&gt;");
+        case '"':
+            if (mode)
+                return put(d, "&quot;");
+            break;
+        case '\r': return put(d, "&#13;");
+        case '\n':
+            if (mode == 2)
+                return put(d, "&#10;");
+            break;
+        case '\t':
+            if (mode == 2)
+                return put(d, "&#9;");
+            break;
+        default:
+            if (c < 0x20)
+            {
+                *d++ = '&';
+                *d++ = '#';
+                if (c >= 10)
+                    *d++ = char('0' + c / 10);
+                *d++ = char('0' + c % 10);
+                *d++ = ';';
+                return d;
+            }
+    }
+    *d++ = char(c);
+    return d;
+}
+
+// Escapes n bytes of UTF-8 at d (ESCAPED_MAX bytes of room per byte).
+char* escapeBytes(char* d, const char* p, size_t n, int mode)
+{
+    size_t i = 0;
+    while (i < n)
+    {
+        size_t run = i;
+        while (run < n && plainChar((unsigned char)p[run]))
+            run++;
+        std::memcpy(d, p + i, run - i);
+        d += run - i;
+        i = run;
+        if (i < n)
+            d = escapeAscii(d, (unsigned char)p[i++], mode);
+    }
+    return d;
+}
+
+// Escapes n UTF-16 units as UTF-8 at d (ESCAPED_MAX bytes of room per
+// unit). A lone surrogate becomes U+FFFD.
+char* escapeUnits(char* d, const Uint16* p, size_t n, int mode)
+{
+#if defined(__SSE2__)
+    const __m128i space = _mm_set1_epi8(0x20);
+    const __m128i amp = _mm_set1_epi8('&');
+    const __m128i lt = _mm_set1_epi8('<');
+    const __m128i gt = _mm_set1_epi8('>');
+    const __m128i quot = _mm_set1_epi8('"');
+#endif
+    size_t i = 0;
+    while (i < n)
+    {
+#if defined(__SSE2__)
+        // Eight units at a time while they are plain ASCII: narrowed with
+        // saturation, a unit above 0x7F becomes a byte that is negative or
+        // zero, so one signed test below 0x20 catches it with the control
+        // characters. The eight bytes are stored in any case; only the
+        // plain ones before the first other unit count.
+        while (n - i >= 8)
+        {
+            __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+            __m128i bytes = _mm_packus_epi16(units, units);
+            __m128i other = _mm_or_si128(
+                _mm_or_si128(_mm_cmplt_epi8(bytes, space), _mm_cmpeq_epi8(bytes, amp)),
+                _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(bytes, lt), _mm_cmpeq_epi8(bytes, gt)),
+                    _mm_cmpeq_epi8(bytes, quot)));
+            unsigned mask = unsigned(_mm_movemask_epi8(other)) & 0xFFu;
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(d), bytes);
+            if (mask == 0)
+            {
+                d += 8;
+                i += 8;
+                continue;
+            }
+            unsigned plain = unsigned(__builtin_ctz(mask));
+            d += plain;
+            i += plain;
+            break;
+        }
+        if (i == n)
+            break;
+#endif
+        Uint32 c = p[i++];
+        if (c < 0x80)
+        {
+            if (plainChar((unsigned char)c))
+                *d++ = char(c);
+            else
+                d = escapeAscii(d, c, mode);
+            continue;
+        }
+        if (c >= 0xD800 && c <= 0xDBFF && i < n && p[i] >= 0xDC00 && p[i] <= 0xDFFF)
+        {
+            c = 0x10000 + ((c - 0xD800) << 10) + (p[i] - 0xDC00);
+            i++;
+        }
+        else if (c >= 0xD800 && c <= 0xDFFF)
+            c = 0xFFFD;
+        if (c < 0x800)
+        {
+            *d++ = char(0xC0 | (c >> 6));
+            *d++ = char(0x80 | (c & 0x3F));
+        }
+        else if (c < 0x10000)
+        {
+            *d++ = char(0xE0 | (c >> 12));
+            *d++ = char(0x80 | ((c >> 6) & 0x3F));
+            *d++ = char(0x80 | (c & 0x3F));
+        }
+        else
+        {
+            *d++ = char(0xF0 | (c >> 18));
+            *d++ = char(0x80 | ((c >> 12) & 0x3F));
+            *d++ = char(0x80 | ((c >> 6) & 0x3F));
+            *d++ = char(0x80 | (c & 0x3F));
+        }
+    }
+    return d;
+}
+
+inline const Uint16* unitsOf(const Char16* s)
+{
+    static_assert(sizeof(Char16) == sizeof(Uint16), "Char16 is one UTF-16 unit");
+    return reinterpret_cast<const Uint16*>(s);
+}
+
 } // namespace
 
-XmlWriter::XmlWriter(std::string& out, Uint32 flags) : _out(out), _flags(flags), _skipQualifiers(false)
+// Opens raw writing for the outermost public call and closes it when that
+// call returns or throws: _out then holds exactly the text written.
+class XmlWriter::Scope
 {
+public:
+    explicit Scope(XmlWriter& w) : _w(w)
+    {
+        if (_w._depth++ == 0)
+        {
+            _w._opened = _w._out.size();
+            _w._p = _w._end = &_w._out[0] + _w._opened;
+        }
+    }
+    ~Scope()
+    {
+        if (--_w._depth == 0)
+        {
+            size_t used = size_t(_w._p - _w._out.data());
+            _w._lastSize = used - _w._opened;
+            _w._out.resize(used);
+            _w._p = _w._end = 0;
+        }
+    }
+    Scope(const Scope&) = delete;
+    Scope& operator=(const Scope&) = delete;
+
+private:
+    XmlWriter& _w;
+};
+
+XmlWriter::XmlWriter(std::string& out, Uint32 flags)
+    : _out(out), _p(0), _end(0), _opened(0), _lastSize(0), _depth(0), _flags(flags),
+      _skipQualifiers(false)
+{
+}
+
+void XmlWriter::_grow(size_t n)
+{
+    size_t used = size_t(_p - _out.data());
+    // Room for what the last call wrote (objects of an enumeration are
+    // alike), else half again what this call wrote so far.
+    size_t written = used - _opened;
+    size_t want = used + n + std::max(SLACK, written / 2);
+    size_t hint = std::min(_lastSize, HINT_MAX);
+    size_t expected = _opened + hint + hint / 8 + SLACK;
+    if (want < expected)
+        want = expected;
+    // Within the capacity the string has, no more than it has: a sink that
+    // reserved its block keeps it.
+    if (want > _out.capacity() && used + n <= _out.capacity())
+        want = _out.capacity();
+    _out.resize(want);
+    _p = &_out[0] + used;
+    _end = &_out[0] + _out.size();
+}
+
+void XmlWriter::_escaped(const Char16* s, size_t n, int mode)
+{
+    const Uint16* p = unitsOf(s);
+    while (n)
+    {
+        size_t k = n < ESCAPE_BLOCK ? n : ESCAPE_BLOCK;
+        // A surrogate pair stays in one block.
+        if (k < n && p[k - 1] >= 0xD800 && p[k - 1] <= 0xDBFF)
+            k++;
+        char* d = _room(k * ESCAPED_MAX);
+        _p = escapeUnits(d, p, k, mode);
+        p += k;
+        n -= k;
+    }
+}
+
+void XmlWriter::_escaped(const char* s, size_t n, int mode)
+{
+    while (n)
+    {
+        size_t k = n < ESCAPE_BLOCK ? n : ESCAPE_BLOCK;
+        char* d = _room(k * ESCAPED_MAX);
+        _p = escapeBytes(d, s, k, mode);
+        s += k;
+        n -= k;
+    }
+}
+
+void XmlWriter::_escaped(const char* lead, size_t leadSize, const String& s, int mode,
+    const char* trail, size_t trailSize)
+{
+    size_t n = s.size();
+    if (n > ESCAPE_BLOCK)
+    {
+        _text(lead, leadSize);
+        _escaped(s.getChar16Data(), n, mode);
+        _text(trail, trailSize);
+        return;
+    }
+    // One room check for the whole piece.
+    char* d = _room(leadSize + n * ESCAPED_MAX + trailSize);
+    std::memcpy(d, lead, leadSize);
+    d = escapeUnits(d + leadSize, unitsOf(s.getChar16Data()), n, mode);
+    std::memcpy(d, trail, trailSize);
+    _p = d + trailSize;
 }
 
 std::string XmlWriter::toUtf8(const String& s)
@@ -75,137 +382,19 @@ std::string XmlWriter::toUtf8(const String& s)
     return std::string((const char*)c);
 }
 
-// mode 0: element text; 1: element text carrying embedded XML (quotes
-// escaped too); 2: attribute value.
-static inline bool plainChar(unsigned char c)
-{
-    return c >= 0x20 && c != '&' && c != '<' && c != '>' && c != '"';
-}
-
-static void escapeTo(std::string& out, const char* p, size_t n, int mode)
-{
-    for (size_t i = 0; i < n; i++)
-    {
-        // Runs of characters that need no escaping go out in one piece.
-        size_t run = i;
-        while (run < n && plainChar((unsigned char)p[run]))
-            run++;
-        if (run > i)
-        {
-            out.append(p + i, run - i);
-            i = run;
-            if (i == n)
-                break;
-        }
-        unsigned char c = (unsigned char)p[i];
-        switch (c)
-        {
-            case '&': out.append("&amp;"); break;
-            case '<': out.append("&lt;"); break;
-            case '>': out.append("&gt;"); break;
-            case '"':
-                if (mode)
-                    out.append("&quot;");
-                else
-                    out.push_back('"');
-                break;
-            case '\r': out.append("&#13;"); break;
-            case '\n':
-                if (mode == 2)
-                    out.append("&#10;");
-                else
-                    out.push_back('\n');
-                break;
-            case '\t':
-                if (mode == 2)
-                    out.append("&#9;");
-                else
-                    out.push_back('\t');
-                break;
-            default:
-                if (c < 0x20)
-                {
-                    out.append("&#");
-                    appendInteger(out, (unsigned)c);
-                    out.push_back(';');
-                }
-                else
-                    out.push_back((char)c);
-        }
-    }
-}
-
 void XmlWriter::appendEscaped(std::string& out, const char* p, size_t n,
     bool attribute)
 {
-    escapeTo(out, p, n, attribute ? 2 : 0);
-}
-
-// Escapes UTF-16 text straight into UTF-8 output (no intermediate copy).
-// ASCII goes through escapeTo's rules; a lone surrogate becomes U+FFFD.
-static void escapeUtf16To(std::string& out, const String& s, int mode)
-{
-    const Char16* p = s.getChar16Data();
-    Uint32 n = s.size();
-    for (Uint32 i = 0; i < n; i++)
-    {
-        // Runs of plain ASCII are narrowed in place, in one piece.
-        Uint32 run = i;
-        while (run < n && Uint16(p[run]) < 0x80 && plainChar((unsigned char)Uint16(p[run])))
-            run++;
-        if (run > i)
-        {
-            size_t at = out.size();
-            out.resize(at + (run - i));
-            char* d = &out[at];
-            for (Uint32 k = i; k < run; k++)
-                *d++ = char(Uint16(p[k]));
-            i = run;
-            if (i == n)
-                break;
-        }
-        Uint32 c = Uint16(p[i]);
-        if (c < 0x80)
-        {
-            char ch = char(c);
-            if (c >= 0x20 && ch != '&' && ch != '<' && ch != '>' && ch != '"')
-                out.push_back(ch);
-            else
-                escapeTo(out, &ch, 1, mode);
-            continue;
-        }
-        if (c >= 0xD800 && c <= 0xDBFF && i + 1 < n && Uint16(p[i + 1]) >= 0xDC00 &&
-            Uint16(p[i + 1]) <= 0xDFFF)
-        {
-            c = 0x10000 + ((c - 0xD800) << 10) + (Uint16(p[i + 1]) - 0xDC00);
-            i++;
-        }
-        else if (c >= 0xD800 && c <= 0xDFFF)
-            c = 0xFFFD;
-        if (c < 0x800)
-        {
-            out.push_back(char(0xC0 | (c >> 6)));
-            out.push_back(char(0x80 | (c & 0x3F)));
-        }
-        else if (c < 0x10000)
-        {
-            out.push_back(char(0xE0 | (c >> 12)));
-            out.push_back(char(0x80 | ((c >> 6) & 0x3F)));
-            out.push_back(char(0x80 | (c & 0x3F)));
-        }
-        else
-        {
-            out.push_back(char(0xF0 | (c >> 18)));
-            out.push_back(char(0x80 | ((c >> 12) & 0x3F)));
-            out.push_back(char(0x80 | ((c >> 6) & 0x3F)));
-            out.push_back(char(0x80 | (c & 0x3F)));
-        }
-    }
+    XmlWriter w(out);
+    Scope scope(w);
+    w._escaped(p, n, attribute ? 2 : 0);
 }
 
 void XmlWriter::appendEscaped(std::string& out, const String& s, bool attribute)
 {
-    escapeUtf16To(out, s, attribute ? 2 : 0);
+    XmlWriter w(out);
+    Scope scope(w);
+    w._escaped(s.getChar16Data(), s.size(), attribute ? 2 : 0);
 }
 
 std::string XmlWriter::embeddedObjectText(const CIMConstObject& object)
@@ -272,79 +461,82 @@ std::string XmlWriter::scalarText(const CIMValue& v)
     return out;
 }
 
-void XmlWriter::_appendAttr(const char* name, const String& value)
+// The <VALUE> element of one scalar, written straight into the output.
+template <class T>
+void XmlWriter::_valueOf(const T& x)
 {
-    _out.push_back(' ');
-    _out.append(name);
-    _out.append("=\"");
-    appendEscaped(_out, value, true);
-    _out.push_back('"');
+    char* d = _room(sizeof("<VALUE></VALUE>") - 1 + NumberText::MAX_CHARS);
+    d = put(d, "<VALUE>");
+    d = NumberText::write(d, x);
+    _p = put(d, "</VALUE>");
 }
 
-void XmlWriter::_appendAttr(const char* name, const char* value)
+template <>
+void XmlWriter::_valueOf(const Boolean& x)
 {
-    _out.push_back(' ');
-    _out.append(name);
-    _out.append("=\"");
-    appendEscaped(_out, value, strlen(value), true);
-    _out.push_back('"');
+    if (x)
+        _lit("<VALUE>TRUE</VALUE>");
+    else
+        _lit("<VALUE>FALSE</VALUE>");
 }
 
-// The escaped element text of one scalar, written straight into out.
-static void appendElementText(std::string& out, Boolean x)
+template <>
+void XmlWriter::_valueOf(const Uint8& x)
 {
-    out.append(x ? "TRUE" : "FALSE");
+    _valueOf(unsigned(x));
 }
-static void appendElementText(std::string& out, Uint8 x) { appendInteger(out, unsigned(x)); }
-static void appendElementText(std::string& out, Sint8 x) { appendInteger(out, int(x)); }
-static void appendElementText(std::string& out, Uint16 x) { appendInteger(out, x); }
-static void appendElementText(std::string& out, Sint16 x) { appendInteger(out, x); }
-static void appendElementText(std::string& out, Uint32 x) { appendInteger(out, x); }
-static void appendElementText(std::string& out, Sint32 x) { appendInteger(out, x); }
-static void appendElementText(std::string& out, Uint64 x) { appendInteger(out, x); }
-static void appendElementText(std::string& out, Sint64 x) { appendInteger(out, x); }
-static void appendElementText(std::string& out, Real32 x) { appendInteger(out, x); }
-static void appendElementText(std::string& out, Real64 x) { appendInteger(out, x); }
-static void appendElementText(std::string& out, const Char16& x)
+
+template <>
+void XmlWriter::_valueOf(const Sint8& x)
 {
-    escapeUtf16To(out, String(&x, 1), 0);
+    _valueOf(int(x));
 }
-static void appendElementText(std::string& out, const String& x)
+
+template <>
+void XmlWriter::_valueOf(const Char16& x)
 {
-    escapeUtf16To(out, x, 0);
+    char* d = _room(sizeof("<VALUE></VALUE>") - 1 + ESCAPED_MAX);
+    d = put(d, "<VALUE>");
+    Uint16 unit = x;
+    d = escapeUnits(d, &unit, 1, 0);
+    _p = put(d, "</VALUE>");
 }
-static void appendElementText(std::string& out, const CIMDateTime& x)
+
+template <>
+void XmlWriter::_valueOf(const String& x)
 {
-    escapeUtf16To(out, x.toString(), 0);
+    _escaped("<VALUE>", 7, x, 0, "</VALUE>", 8);
+}
+
+template <>
+void XmlWriter::_valueOf(const CIMDateTime& x)
+{
+    _valueOf(x.toString());
 }
 
 template <class T>
-static void appendScalarText(std::string& out, const CIMValue& v)
+void XmlWriter::_scalarValue(const CIMValue& v)
 {
     T x;
     v.get(x);
-    appendElementText(out, x);
+    _valueOf(x);
 }
 
-// Writes one <VALUE> element per element of an array value.
+// One <VALUE> element per element of an array value.
 template <class T>
-static void appendArrayElements(XmlWriter& w, const CIMValue& v)
+void XmlWriter::_arrayValues(const CIMValue& v)
 {
     Array<T> a;
     v.get(a);
-    std::string& out = w.out();
     for (Uint32 i = 0; i < a.size(); i++)
-    {
-        out.append("<VALUE>");
-        appendElementText(out, a[i]);
-        out.append("</VALUE>");
-    }
+        _valueOf(a[i]);
 }
 
 void XmlWriter::appendValue(const CIMValue& v)
 {
     if (v.isNull())
         return;
+    Scope scope(*this);
     CIMType type = v.getType();
     bool embedded = type == CIMTYPE_OBJECT || type == CIMTYPE_INSTANCE;
     if (type == CIMTYPE_REFERENCE)
@@ -353,10 +545,10 @@ void XmlWriter::appendValue(const CIMValue& v)
         {
             Array<CIMObjectPath> a;
             v.get(a);
-            _out.append("<VALUE.REFARRAY>\n");
+            _lit("<VALUE.REFARRAY>\n");
             for (Uint32 i = 0; i < a.size(); i++)
                 appendValueReference(a[i]);
-            _out.append("</VALUE.REFARRAY>\n");
+            _lit("</VALUE.REFARRAY>\n");
         }
         else
         {
@@ -366,63 +558,53 @@ void XmlWriter::appendValue(const CIMValue& v)
         }
         return;
     }
-    if (!v.isArray() && type == CIMTYPE_STRING)
-    {
-        String x;
-        v.get(x);
-        _out.append("<VALUE>");
-        escapeUtf16To(_out, x, 0);
-        _out.append("</VALUE>");
-        return;
-    }
     if (!v.isArray() && embedded)
     {
         std::string text = scalarText(v);
-        _out.append("<VALUE>");
-        escapeTo(_out, text.data(), text.size(), 1);
-        _out.append("</VALUE>");
+        _lit("<VALUE>");
+        _escaped(text.data(), text.size(), 1);
+        _lit("</VALUE>");
         return;
     }
     if (!v.isArray())
     {
-        _out.append("<VALUE>");
         switch (type)
         {
-            case CIMTYPE_BOOLEAN: appendScalarText<Boolean>(_out, v); break;
-            case CIMTYPE_UINT8: appendScalarText<Uint8>(_out, v); break;
-            case CIMTYPE_SINT8: appendScalarText<Sint8>(_out, v); break;
-            case CIMTYPE_UINT16: appendScalarText<Uint16>(_out, v); break;
-            case CIMTYPE_SINT16: appendScalarText<Sint16>(_out, v); break;
-            case CIMTYPE_UINT32: appendScalarText<Uint32>(_out, v); break;
-            case CIMTYPE_SINT32: appendScalarText<Sint32>(_out, v); break;
-            case CIMTYPE_UINT64: appendScalarText<Uint64>(_out, v); break;
-            case CIMTYPE_SINT64: appendScalarText<Sint64>(_out, v); break;
-            case CIMTYPE_REAL32: appendScalarText<Real32>(_out, v); break;
-            case CIMTYPE_REAL64: appendScalarText<Real64>(_out, v); break;
-            case CIMTYPE_CHAR16: appendScalarText<Char16>(_out, v); break;
-            case CIMTYPE_DATETIME: appendScalarText<CIMDateTime>(_out, v); break;
-            default: break;
+            case CIMTYPE_BOOLEAN: _scalarValue<Boolean>(v); break;
+            case CIMTYPE_UINT8: _scalarValue<Uint8>(v); break;
+            case CIMTYPE_SINT8: _scalarValue<Sint8>(v); break;
+            case CIMTYPE_UINT16: _scalarValue<Uint16>(v); break;
+            case CIMTYPE_SINT16: _scalarValue<Sint16>(v); break;
+            case CIMTYPE_UINT32: _scalarValue<Uint32>(v); break;
+            case CIMTYPE_SINT32: _scalarValue<Sint32>(v); break;
+            case CIMTYPE_UINT64: _scalarValue<Uint64>(v); break;
+            case CIMTYPE_SINT64: _scalarValue<Sint64>(v); break;
+            case CIMTYPE_REAL32: _scalarValue<Real32>(v); break;
+            case CIMTYPE_REAL64: _scalarValue<Real64>(v); break;
+            case CIMTYPE_CHAR16: _scalarValue<Char16>(v); break;
+            case CIMTYPE_STRING: _scalarValue<String>(v); break;
+            case CIMTYPE_DATETIME: _scalarValue<CIMDateTime>(v); break;
+            default: _lit("<VALUE></VALUE>"); break;
         }
-        _out.append("</VALUE>");
         return;
     }
-    _out.append("<VALUE.ARRAY>");
+    _lit("<VALUE.ARRAY>");
     switch (type)
     {
-        case CIMTYPE_BOOLEAN: appendArrayElements<Boolean>(*this, v); break;
-        case CIMTYPE_UINT8: appendArrayElements<Uint8>(*this, v); break;
-        case CIMTYPE_SINT8: appendArrayElements<Sint8>(*this, v); break;
-        case CIMTYPE_UINT16: appendArrayElements<Uint16>(*this, v); break;
-        case CIMTYPE_SINT16: appendArrayElements<Sint16>(*this, v); break;
-        case CIMTYPE_UINT32: appendArrayElements<Uint32>(*this, v); break;
-        case CIMTYPE_SINT32: appendArrayElements<Sint32>(*this, v); break;
-        case CIMTYPE_UINT64: appendArrayElements<Uint64>(*this, v); break;
-        case CIMTYPE_SINT64: appendArrayElements<Sint64>(*this, v); break;
-        case CIMTYPE_REAL32: appendArrayElements<Real32>(*this, v); break;
-        case CIMTYPE_REAL64: appendArrayElements<Real64>(*this, v); break;
-        case CIMTYPE_CHAR16: appendArrayElements<Char16>(*this, v); break;
-        case CIMTYPE_STRING: appendArrayElements<String>(*this, v); break;
-        case CIMTYPE_DATETIME: appendArrayElements<CIMDateTime>(*this, v); break;
+        case CIMTYPE_BOOLEAN: _arrayValues<Boolean>(v); break;
+        case CIMTYPE_UINT8: _arrayValues<Uint8>(v); break;
+        case CIMTYPE_SINT8: _arrayValues<Sint8>(v); break;
+        case CIMTYPE_UINT16: _arrayValues<Uint16>(v); break;
+        case CIMTYPE_SINT16: _arrayValues<Sint16>(v); break;
+        case CIMTYPE_UINT32: _arrayValues<Uint32>(v); break;
+        case CIMTYPE_SINT32: _arrayValues<Sint32>(v); break;
+        case CIMTYPE_UINT64: _arrayValues<Uint64>(v); break;
+        case CIMTYPE_SINT64: _arrayValues<Sint64>(v); break;
+        case CIMTYPE_REAL32: _arrayValues<Real32>(v); break;
+        case CIMTYPE_REAL64: _arrayValues<Real64>(v); break;
+        case CIMTYPE_CHAR16: _arrayValues<Char16>(v); break;
+        case CIMTYPE_STRING: _arrayValues<String>(v); break;
+        case CIMTYPE_DATETIME: _arrayValues<CIMDateTime>(v); break;
         case CIMTYPE_OBJECT:
         {
             Array<CIMObject> a;
@@ -430,9 +612,9 @@ void XmlWriter::appendValue(const CIMValue& v)
             for (Uint32 i = 0; i < a.size(); i++)
             {
                 std::string text = embeddedObjectText(a[i]);
-                _out.append("<VALUE>");
-                escapeTo(_out, text.data(), text.size(), 1);
-                _out.append("</VALUE>");
+                _lit("<VALUE>");
+                _escaped(text.data(), text.size(), 1);
+                _lit("</VALUE>");
             }
             break;
         }
@@ -443,16 +625,16 @@ void XmlWriter::appendValue(const CIMValue& v)
             for (Uint32 i = 0; i < a.size(); i++)
             {
                 std::string text = embeddedObjectText(a[i]);
-                _out.append("<VALUE>");
-                escapeTo(_out, text.data(), text.size(), 1);
-                _out.append("</VALUE>");
+                _lit("<VALUE>");
+                _escaped(text.data(), text.size(), 1);
+                _lit("</VALUE>");
             }
             break;
         }
         case CIMTYPE_REFERENCE:
             break;
     }
-    _out.append("</VALUE.ARRAY>");
+    _lit("</VALUE.ARRAY>");
 }
 
 void XmlWriter::_appendReferenceContent(const CIMObjectPath& path)
@@ -468,7 +650,7 @@ void XmlWriter::_appendReferenceContent(const CIMObjectPath& path)
         else
         {
             appendClassName(path.getClassName());
-            _out.push_back('\n');
+            _lit("\n");
         }
     }
     else
@@ -484,309 +666,329 @@ void XmlWriter::_appendReferenceContent(const CIMObjectPath& path)
 
 void XmlWriter::appendValueReference(const CIMObjectPath& reference)
 {
-    _out.append("<VALUE.REFERENCE>\n");
+    Scope scope(*this);
+    _lit("<VALUE.REFERENCE>\n");
     _appendReferenceContent(reference);
-    _out.append("</VALUE.REFERENCE>\n");
+    _lit("</VALUE.REFERENCE>\n");
 }
 
 void XmlWriter::appendClassName(const CIMName& className)
 {
-    _out.append("<CLASSNAME");
-    _appendAttr("NAME", className.getString());
-    _out.append("/>");
+    Scope scope(*this);
+    _escaped("<CLASSNAME NAME=\"", 17, className.getString(), 2, "\"/>", 3);
 }
 
 void XmlWriter::appendLocalNamespacePath(const CIMNamespaceName& nameSpace)
 {
-    _out.append("<LOCALNAMESPACEPATH>");
-    std::string ns = toUtf8(nameSpace.getString());
+    Scope scope(*this);
+    _lit("<LOCALNAMESPACEPATH>");
+    const String& ns = nameSpace.getString();
+    const Char16* p = ns.getChar16Data();
+    size_t n = ns.size();
     size_t start = 0;
-    while (start <= ns.size())
+    while (start <= n)
     {
-        size_t slash = ns.find('/', start);
-        if (slash == std::string::npos)
-            slash = ns.size();
+        size_t slash = start;
+        while (slash < n && p[slash] != '/')
+            slash++;
         if (slash > start)
         {
-            _out.append("<NAMESPACE NAME=\"");
-            appendEscaped(_out, ns.data() + start, slash - start, true);
-            _out.append("\"/>");
+            _lit("<NAMESPACE NAME=\"");
+            _escaped(p + start, slash - start, 2);
+            _lit("\"/>");
         }
         start = slash + 1;
     }
-    _out.append("</LOCALNAMESPACEPATH>\n");
+    _lit("</LOCALNAMESPACEPATH>\n");
 }
 
 void XmlWriter::appendNamespacePath(const String& host,
     const CIMNamespaceName& nameSpace)
 {
-    _out.append("<NAMESPACEPATH>\n<HOST>");
-    appendEscaped(_out, host, false);
-    _out.append("</HOST>\n");
+    Scope scope(*this);
+    _escaped("<NAMESPACEPATH>\n<HOST>", 22, host, 0, "</HOST>\n", 8);
     appendLocalNamespacePath(nameSpace);
-    _out.append("</NAMESPACEPATH>\n");
+    _lit("</NAMESPACEPATH>\n");
 }
 
 void XmlWriter::appendLocalClassPath(const CIMObjectPath& path)
 {
-    _out.append("<LOCALCLASSPATH>\n");
+    Scope scope(*this);
+    _lit("<LOCALCLASSPATH>\n");
     appendLocalNamespacePath(path.getNameSpace());
     appendClassName(path.getClassName());
-    _out.append("\n</LOCALCLASSPATH>\n");
+    _lit("\n</LOCALCLASSPATH>\n");
 }
 
 void XmlWriter::appendClassPath(const CIMObjectPath& path)
 {
-    _out.append("<CLASSPATH>\n");
+    Scope scope(*this);
+    _lit("<CLASSPATH>\n");
     appendNamespacePath(path.getHost(), path.getNameSpace());
     appendClassName(path.getClassName());
-    _out.append("\n</CLASSPATH>\n");
+    _lit("\n</CLASSPATH>\n");
 }
 
 void XmlWriter::appendKeyBinding(const CIMKeyBinding& kb)
 {
-    _out.append("<KEYBINDING");
-    _appendAttr("NAME", kb.getName().getString());
-    _out.push_back('>');
+    Scope scope(*this);
     if (kb.getType() == CIMKeyBinding::REFERENCE)
     {
-        _out.push_back('\n');
+        _escaped("<KEYBINDING NAME=\"", 18, kb.getName().getString(), 2, "\">\n", 3);
         appendValueReference(CIMObjectPath(kb.getValue()));
+        _lit("</KEYBINDING>\n");
+        return;
     }
-    else
-    {
-        _out.append("<KEYVALUE");
-        _appendAttr("VALUETYPE", valueTypeOf(kb.getType()));
-        _out.push_back('>');
-        appendEscaped(_out, kb.getValue(), false);
-        _out.append("</KEYVALUE>");
-    }
-    _out.append("</KEYBINDING>\n");
+    _attr("<KEYBINDING NAME=\"", kb.getName().getString());
+    Text keyValue = valueTypeAttr(kb.getType());
+    // ">" then the KEYVALUE start tag.
+    char* d = _room(1 + keyValue.n);
+    *d++ = '>';
+    _p = put(d, keyValue);
+    _escaped("", 0, kb.getValue(), 0, "</KEYVALUE></KEYBINDING>\n", 25);
 }
 
 void XmlWriter::appendInstanceName(const CIMObjectPath& path)
 {
+    Scope scope(*this);
     const Array<CIMKeyBinding>& keys = path.getKeyBindings();
-    _out.append("<INSTANCENAME");
-    _appendAttr("CLASSNAME", path.getClassName().getString());
     if (keys.size() == 0)
     {
-        _out.append("/>\n");
+        _escaped("<INSTANCENAME CLASSNAME=\"", 25, path.getClassName().getString(), 2,
+            "\"/>\n", 4);
         return;
     }
-    _out.append(">\n");
+    _escaped("<INSTANCENAME CLASSNAME=\"", 25, path.getClassName().getString(), 2,
+        "\">\n", 3);
     for (Uint32 i = 0; i < keys.size(); i++)
         appendKeyBinding(keys[i]);
-    _out.append("</INSTANCENAME>\n");
+    _lit("</INSTANCENAME>\n");
 }
 
 void XmlWriter::appendLocalInstancePath(const CIMObjectPath& path)
 {
-    _out.append("<LOCALINSTANCEPATH>\n");
+    Scope scope(*this);
+    _lit("<LOCALINSTANCEPATH>\n");
     appendLocalNamespacePath(path.getNameSpace());
     appendInstanceName(path);
-    _out.append("</LOCALINSTANCEPATH>\n");
+    _lit("</LOCALINSTANCEPATH>\n");
 }
 
 void XmlWriter::appendInstancePath(const CIMObjectPath& path)
 {
-    _out.append("<INSTANCEPATH>\n");
+    Scope scope(*this);
+    _lit("<INSTANCEPATH>\n");
     appendNamespacePath(path.getHost(), path.getNameSpace());
     appendInstanceName(path);
-    _out.append("</INSTANCEPATH>\n");
+    _lit("</INSTANCEPATH>\n");
 }
 
 void XmlWriter::appendObjectPath(const CIMObjectPath& path, bool asClass)
 {
-    _out.append("<OBJECTPATH>\n");
+    Scope scope(*this);
+    _lit("<OBJECTPATH>\n");
     if (asClass)
         appendClassPath(path);
     else
         appendInstancePath(path);
-    _out.append("</OBJECTPATH>\n");
+    _lit("</OBJECTPATH>\n");
 }
 
 void XmlWriter::_appendFlavor(const CIMFlavor& flavor)
 {
     if (!flavor.hasFlavor(CIMFlavor::OVERRIDABLE))
-        _appendAttr("OVERRIDABLE", "false");
+        _lit(" OVERRIDABLE=\"false\"");
     if (!flavor.hasFlavor(CIMFlavor::TOSUBCLASS))
-        _appendAttr("TOSUBCLASS", "false");
+        _lit(" TOSUBCLASS=\"false\"");
     if (flavor.hasFlavor(CIMFlavor::TRANSLATABLE))
-        _appendAttr("TRANSLATABLE", "true");
+        _lit(" TRANSLATABLE=\"true\"");
 }
 
 void XmlWriter::appendQualifier(const CIMConstQualifier& q)
 {
-    _out.append("<QUALIFIER");
-    _appendAttr("NAME", q.getName().getString());
-    _appendAttr("TYPE", typeName(q.getType()));
+    Scope scope(*this);
+    _attr("<QUALIFIER NAME=\"", q.getName().getString());
+    Text type = typeAttr(q.getType());
+    _text(type.s, type.n);
     if (q.getPropagated())
-        _appendAttr("PROPAGATED", "true");
+        _lit(" PROPAGATED=\"true\"");
     _appendFlavor(q.getFlavor());
-    _out.push_back('>');
+    _lit(">");
     appendValue(q.getValue());
-    _out.append("</QUALIFIER>\n");
+    _lit("</QUALIFIER>\n");
 }
 
 void XmlWriter::appendQualifierDecl(const CIMConstQualifierDecl& d)
 {
-    _out.append("<QUALIFIER.DECLARATION");
-    _appendAttr("NAME", d.getName().getString());
-    _appendAttr("TYPE", typeName(d.getType()));
-    _appendAttr("ISARRAY", d.isArray() ? "true" : "false");
+    Scope writing(*this);
+    _attr("<QUALIFIER.DECLARATION NAME=\"", d.getName().getString());
+    Text type = typeAttr(d.getType());
+    _text(type.s, type.n);
+    if (d.isArray())
+        _lit(" ISARRAY=\"true\"");
+    else
+        _lit(" ISARRAY=\"false\"");
     if (d.getArraySize())
     {
-        std::string n;
-        appendInteger(n, d.getArraySize());
-        _appendAttr("ARRAYSIZE", n.c_str());
+        char* p = _room(13 + NumberText::MAX_CHARS);
+        p = put(p, " ARRAYSIZE=\"");
+        p = NumberText::write(p, d.getArraySize());
+        _p = put(p, "\"");
     }
     _appendFlavor(d.getFlavor());
-    _out.append(">\n");
+    _lit(">\n");
     const CIMScope& scope = d.getScope();
-    static const struct { const char* name; const CIMScope* scope; } scopes[] = {
-        { "CLASS", &CIMScope::CLASS },
-        { "ASSOCIATION", &CIMScope::ASSOCIATION },
-        { "REFERENCE", &CIMScope::REFERENCE },
-        { "PROPERTY", &CIMScope::PROPERTY },
-        { "METHOD", &CIMScope::METHOD },
-        { "PARAMETER", &CIMScope::PARAMETER },
-        { "INDICATION", &CIMScope::INDICATION },
+    static const struct { Text attr; const CIMScope* scope; } scopes[] = {
+        { text(" CLASS=\"true\""), &CIMScope::CLASS },
+        { text(" ASSOCIATION=\"true\""), &CIMScope::ASSOCIATION },
+        { text(" REFERENCE=\"true\""), &CIMScope::REFERENCE },
+        { text(" PROPERTY=\"true\""), &CIMScope::PROPERTY },
+        { text(" METHOD=\"true\""), &CIMScope::METHOD },
+        { text(" PARAMETER=\"true\""), &CIMScope::PARAMETER },
+        { text(" INDICATION=\"true\""), &CIMScope::INDICATION },
     };
-    _out.append("<SCOPE");
+    _lit("<SCOPE");
     for (const auto& s : scopes)
         if (scope.hasScope(*s.scope))
-            _appendAttr(s.name, "true");
-    _out.append("></SCOPE>\n");
+            _text(s.attr.s, s.attr.n);
+    _lit("></SCOPE>\n");
     if (!d.getValue().isNull())
     {
         appendValue(d.getValue());
-        _out.push_back('\n');
+        _lit("\n");
     }
-    _out.append("</QUALIFIER.DECLARATION>\n");
+    _lit("</QUALIFIER.DECLARATION>\n");
 }
 
 void XmlWriter::appendProperty(const CIMConstProperty& p)
 {
+    Scope scope(*this);
     const CIMValue& v = p.getValue();
     CIMType type = p.getType();
-    const char* element;
-    if (type == CIMTYPE_REFERENCE)
-        element = "PROPERTY.REFERENCE";
-    else if (p.isArray())
-        element = "PROPERTY.ARRAY";
-    else
-        element = "PROPERTY";
-    _out.push_back('<');
-    _out.append(element);
-    _appendAttr("NAME", p.getName().getString());
+    bool isArray = p.isArray();
     if (type == CIMTYPE_REFERENCE)
     {
+        _attr("<PROPERTY.REFERENCE NAME=\"", p.getName().getString());
         if (!p.getReferenceClassName().isNull())
-            _appendAttr("REFERENCECLASS", p.getReferenceClassName().getString());
+            _attr(" REFERENCECLASS=\"", p.getReferenceClassName().getString());
     }
     else
     {
-        _appendAttr("TYPE", typeName(type));
-        const char* kind = embeddedKind(type);
-        if (kind && (!p.isArray() || (_flags & EXTENDED)))
-            _appendAttr("EmbeddedObject", kind);
-        if (p.isArray() && p.getArraySize())
+        if (isArray)
+            _attr("<PROPERTY.ARRAY NAME=\"", p.getName().getString());
+        else
+            _attr("<PROPERTY NAME=\"", p.getName().getString());
+        Text typeText = typeAttr(type);
+        Text kind = (!isArray || (_flags & EXTENDED)) ? embeddedAttr(type) : Text{"", 0};
+        char* d = _room(typeText.n + kind.n + 13 + NumberText::MAX_CHARS);
+        d = put(d, typeText);
+        d = put(d, kind);
+        if (isArray && p.getArraySize())
         {
-            std::string n;
-            appendInteger(n, p.getArraySize());
-            _appendAttr("ARRAYSIZE", n.c_str());
+            d = put(d, " ARRAYSIZE=\"");
+            d = NumberText::write(d, p.getArraySize());
+            *d++ = '"';
         }
+        _p = d;
     }
     if (!p.getClassOrigin().isNull())
-        _appendAttr("CLASSORIGIN", p.getClassOrigin().getString());
+        _attr(" CLASSORIGIN=\"", p.getClassOrigin().getString());
     if (p.getPropagated())
-        _appendAttr("PROPAGATED", "true");
-    _out.push_back('>');
+        _lit(" PROPAGATED=\"true\">");
+    else
+        _lit(">");
     Uint32 nq = _skipQualifiers ? 0 : p.getQualifierCount();
     if (nq || (type == CIMTYPE_REFERENCE && !v.isNull()))
-        _out.push_back('\n');
+        _lit("\n");
     for (Uint32 i = 0; i < nq; i++)
         appendQualifier(p.getQualifier(i));
     appendValue(v);
-    _out.append("</");
-    _out.append(element);
-    _out.append(">\n");
+    if (type == CIMTYPE_REFERENCE)
+        _lit("</PROPERTY.REFERENCE>\n");
+    else if (isArray)
+        _lit("</PROPERTY.ARRAY>\n");
+    else
+        _lit("</PROPERTY>\n");
 }
 
 void XmlWriter::appendParameter(const CIMConstParameter& p)
 {
+    Scope scope(*this);
     CIMType type = p.getType();
-    const char* element;
+    Text element;
     if (type == CIMTYPE_REFERENCE)
-        element = p.isArray() ? "PARAMETER.REFARRAY" : "PARAMETER.REFERENCE";
+        element = p.isArray() ? text("PARAMETER.REFARRAY") : text("PARAMETER.REFERENCE");
     else
-        element = p.isArray() ? "PARAMETER.ARRAY" : "PARAMETER";
-    _out.push_back('<');
-    _out.append(element);
-    _appendAttr("NAME", p.getName().getString());
+        element = p.isArray() ? text("PARAMETER.ARRAY") : text("PARAMETER");
+    _lit("<");
+    _text(element.s, element.n);
+    _attr(" NAME=\"", p.getName().getString());
     if (type == CIMTYPE_REFERENCE)
     {
         if (!p.getReferenceClassName().isNull())
-            _appendAttr("REFERENCECLASS", p.getReferenceClassName().getString());
+            _attr(" REFERENCECLASS=\"", p.getReferenceClassName().getString());
     }
     else
-        _appendAttr("TYPE", typeName(type));
+    {
+        Text typeText = typeAttr(type);
+        _text(typeText.s, typeText.n);
+    }
     if (p.isArray() && p.getArraySize())
     {
-        std::string n;
-        appendInteger(n, p.getArraySize());
-        _appendAttr("ARRAYSIZE", n.c_str());
+        char* d = _room(13 + NumberText::MAX_CHARS);
+        d = put(d, " ARRAYSIZE=\"");
+        d = NumberText::write(d, p.getArraySize());
+        _p = put(d, "\"");
     }
-    _out.push_back('>');
+    _lit(">");
     Uint32 nq = p.getQualifierCount();
     if (nq)
-        _out.push_back('\n');
+        _lit("\n");
     for (Uint32 i = 0; i < nq; i++)
         appendQualifier(p.getQualifier(i));
-    _out.append("</");
-    _out.append(element);
-    _out.append(">\n");
+    _lit("</");
+    _text(element.s, element.n);
+    _lit(">\n");
 }
 
 void XmlWriter::appendMethod(const CIMConstMethod& m)
 {
-    _out.append("<METHOD");
-    _appendAttr("NAME", m.getName().getString());
-    _appendAttr("TYPE", typeName(m.getType()));
+    Scope scope(*this);
+    _attr("<METHOD NAME=\"", m.getName().getString());
+    Text type = typeAttr(m.getType());
+    _text(type.s, type.n);
     if (!m.getClassOrigin().isNull())
-        _appendAttr("CLASSORIGIN", m.getClassOrigin().getString());
+        _attr(" CLASSORIGIN=\"", m.getClassOrigin().getString());
     if (m.getPropagated())
-        _appendAttr("PROPAGATED", "true");
-    _out.append(">\n");
+        _lit(" PROPAGATED=\"true\"");
+    _lit(">\n");
     for (Uint32 i = 0; i < m.getQualifierCount(); i++)
         appendQualifier(m.getQualifier(i));
     for (Uint32 i = 0; i < m.getParameterCount(); i++)
         appendParameter(m.getParameter(i));
-    _out.append("</METHOD>\n");
+    _lit("</METHOD>\n");
 }
 
 void XmlWriter::appendClass(const CIMConstClass& c)
 {
-    _out.append("<CLASS");
-    _appendAttr("NAME", c.getClassName().getString());
+    Scope scope(*this);
+    _attr("<CLASS NAME=\"", c.getClassName().getString());
     if (!c.getSuperClassName().isNull())
-        _appendAttr("SUPERCLASS", c.getSuperClassName().getString());
-    _out.append(">\n");
+        _attr(" SUPERCLASS=\"", c.getSuperClassName().getString());
+    _lit(">\n");
     for (Uint32 i = 0; i < c.getQualifierCount(); i++)
         appendQualifier(c.getQualifier(i));
     for (Uint32 i = 0; i < c.getPropertyCount(); i++)
         appendProperty(c.getProperty(i));
     for (Uint32 i = 0; i < c.getMethodCount(); i++)
         appendMethod(c.getMethod(i));
-    _out.append("</CLASS>\n");
+    _lit("</CLASS>\n");
 }
 
 void XmlWriter::appendInstance(const CIMConstInstance& inst)
 {
-    _out.append("<INSTANCE");
-    _appendAttr("CLASSNAME", inst.getClassName().getString());
-    _out.append(">\n");
+    Scope scope(*this);
+    _escaped("<INSTANCE CLASSNAME=\"", 21, inst.getClassName().getString(), 2, "\">\n", 3);
     bool saved = _skipQualifiers;
     _skipQualifiers = (_flags & NO_INSTANCE_QUALIFIERS) != 0;
     if (!_skipQualifiers)
@@ -797,7 +999,7 @@ void XmlWriter::appendInstance(const CIMConstInstance& inst)
     for (Uint32 i = 0; i < inst.getPropertyCount(); i++)
         appendProperty(inst.getProperty(i));
     _skipQualifiers = saved;
-    _out.append("</INSTANCE>\n");
+    _lit("</INSTANCE>\n");
 }
 
 void XmlWriter::appendObject(const CIMConstObject& object)
@@ -810,15 +1012,17 @@ void XmlWriter::appendObject(const CIMConstObject& object)
 
 void XmlWriter::appendValueNamedInstance(const CIMConstInstance& inst)
 {
-    _out.append("<VALUE.NAMEDINSTANCE>\n");
+    Scope scope(*this);
+    _lit("<VALUE.NAMEDINSTANCE>\n");
     appendInstanceName(inst.getPath());
     appendInstance(inst);
-    _out.append("</VALUE.NAMEDINSTANCE>\n");
+    _lit("</VALUE.NAMEDINSTANCE>\n");
 }
 
 void XmlWriter::appendValueObjectWithPath(const CIMConstObject& object)
 {
-    _out.append("<VALUE.OBJECTWITHPATH>\n");
+    Scope scope(*this);
+    _lit("<VALUE.OBJECTWITHPATH>\n");
     if (object.isClass())
     {
         appendClassPath(object.getPath());
@@ -829,12 +1033,13 @@ void XmlWriter::appendValueObjectWithPath(const CIMConstObject& object)
         appendInstancePath(object.getPath());
         appendInstance(CIMConstInstance(object));
     }
-    _out.append("</VALUE.OBJECTWITHPATH>\n");
+    _lit("</VALUE.OBJECTWITHPATH>\n");
 }
 
 void XmlWriter::appendValueObjectWithLocalPath(const CIMConstObject& object)
 {
-    _out.append("<VALUE.OBJECTWITHLOCALPATH>\n");
+    Scope scope(*this);
+    _lit("<VALUE.OBJECTWITHLOCALPATH>\n");
     if (object.isClass())
     {
         appendLocalClassPath(object.getPath());
@@ -845,55 +1050,61 @@ void XmlWriter::appendValueObjectWithLocalPath(const CIMConstObject& object)
         appendLocalInstancePath(object.getPath());
         appendInstance(CIMConstInstance(object));
     }
-    _out.append("</VALUE.OBJECTWITHLOCALPATH>\n");
+    _lit("</VALUE.OBJECTWITHLOCALPATH>\n");
 }
 
 void XmlWriter::appendParamValue(const CIMParamValue& pv)
 {
+    Scope scope(*this);
     CIMValue v = pv.getValue();
     CIMType type = v.getType();
-    _out.append("<PARAMVALUE");
-    _appendAttr("NAME", pv.getParameterName());
+    _attr("<PARAMVALUE NAME=\"", pv.getParameterName());
     if (pv.isTyped())
-        _appendAttr("PARAMTYPE",
-            type == CIMTYPE_REFERENCE ? "reference" : typeName(type));
-    if (const char* kind = embeddedKind(type))
-        _appendAttr("EmbeddedObject", kind);
-    _out.push_back('>');
+    {
+        _lit(" PARAMTYPE=\"");
+        _text(type == CIMTYPE_REFERENCE ? "reference" : typeName(type));
+        _lit("\"");
+    }
+    Text kind = embeddedAttr(type);
+    _text(kind.s, kind.n);
+    _lit(">");
     if (type == CIMTYPE_REFERENCE && !v.isNull())
-        _out.push_back('\n');
+        _lit("\n");
     appendValue(v);
-    _out.append("</PARAMVALUE>\n");
+    _lit("</PARAMVALUE>\n");
 }
 
 void XmlWriter::appendReturnValue(const CIMValue& v)
 {
+    Scope scope(*this);
     CIMType type = v.getType();
-    _out.append("<RETURNVALUE");
-    _appendAttr("PARAMTYPE",
-        type == CIMTYPE_REFERENCE ? "reference" : typeName(type));
-    const char* kind = embeddedKind(type);
-    if (kind && (_flags & EXTENDED))
-        _appendAttr("EmbeddedObject", kind);
-    _out.push_back('>');
+    _lit("<RETURNVALUE PARAMTYPE=\"");
+    _text(type == CIMTYPE_REFERENCE ? "reference" : typeName(type));
+    _lit("\"");
+    if (_flags & EXTENDED)
+    {
+        Text kind = embeddedAttr(type);
+        _text(kind.s, kind.n);
+    }
+    _lit(">");
     if (type == CIMTYPE_REFERENCE && !v.isNull())
-        _out.push_back('\n');
+        _lit("\n");
     appendValue(v);
-    _out.append("</RETURNVALUE>\n");
+    _lit("</RETURNVALUE>\n");
 }
 
 void XmlWriter::appendError(Uint32 code, const String& description)
 {
-    _out.append("<ERROR");
-    std::string n;
-    appendInteger(n, code);
-    _appendAttr("CODE", n.c_str());
-    _appendAttr("DESCRIPTION", description);
-    _out.append("/>\n");
+    Scope scope(*this);
+    char* d = _room(13 + NumberText::MAX_CHARS);
+    d = put(d, "<ERROR CODE=\"");
+    _p = NumberText::write(d, code);
+    _escaped("\" DESCRIPTION=\"", 15, description, 2, "\"/>\n", 4);
 }
 
 void XmlWriter::appendError(const CIMException& e)
 {
+    Scope scope(*this);
     Uint32 code = Uint32(e.getCode());
     String description = descriptionOf(code, e.getMessage());
     if (!(_flags & EXTENDED) || e.getErrorCount() == 0)
@@ -901,15 +1112,13 @@ void XmlWriter::appendError(const CIMException& e)
         appendError(code, description);
         return;
     }
-    _out.append("<ERROR");
-    std::string n;
-    appendInteger(n, code);
-    _appendAttr("CODE", n.c_str());
-    _appendAttr("DESCRIPTION", description);
-    _out.append(">\n");
+    char* d = _room(13 + NumberText::MAX_CHARS);
+    d = put(d, "<ERROR CODE=\"");
+    _p = NumberText::write(d, code);
+    _escaped("\" DESCRIPTION=\"", 15, description, 2, "\">\n", 3);
     for (Uint32 i = 0; i < e.getErrorCount(); i++)
         appendInstance(e.getError(i));
-    _out.append("</ERROR>\n");
+    _lit("</ERROR>\n");
 }
 
 const char* XmlWriter::xmlDeclaration()
@@ -919,79 +1128,95 @@ const char* XmlWriter::xmlDeclaration()
 
 void XmlWriter::appendMessageStart(const String& messageId)
 {
-    _out.append(xmlDeclaration());
-    _out.append("<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\">\n<MESSAGE");
-    _appendAttr("ID", messageId);
-    _appendAttr("PROTOCOLVERSION", "1.0");
-    _out.append(">\n");
+    Scope scope(*this);
+    _lit("<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n"
+        "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\">\n<MESSAGE");
+    _attr(" ID=\"", messageId);
+    _lit(" PROTOCOLVERSION=\"1.0\">\n");
 }
 
 void XmlWriter::appendRequestStart(const String& messageId)
 {
+    Scope scope(*this);
     appendMessageStart(messageId);
-    _out.append("<SIMPLEREQ>\n");
+    _lit("<SIMPLEREQ>\n");
 }
 
 void XmlWriter::appendRequestEnd()
 {
-    _out.append("</SIMPLEREQ>\n</MESSAGE>\n</CIM>\n");
+    Scope scope(*this);
+    _lit("</SIMPLEREQ>\n</MESSAGE>\n</CIM>\n");
 }
 
 void XmlWriter::appendResponseStart(const String& messageId)
 {
+    Scope scope(*this);
     appendMessageStart(messageId);
-    _out.append("<SIMPLERSP>\n");
+    _lit("<SIMPLERSP>\n");
 }
 
 void XmlWriter::appendResponseEnd()
 {
-    _out.append("</SIMPLERSP>\n</MESSAGE>\n</CIM>\n");
+    Scope scope(*this);
+    _lit("</SIMPLERSP>\n</MESSAGE>\n</CIM>\n");
 }
 
 void XmlWriter::appendStartTag(const char* name)
 {
-    _out.push_back('<');
-    _out.append(name);
-    _out.append(">\n");
+    Scope scope(*this);
+    _lit("<");
+    _text(name);
+    _lit(">\n");
 }
 
 void XmlWriter::appendStartTag(const char* name, const char* attr,
     const String& value)
 {
-    _out.push_back('<');
-    _out.append(name);
-    _appendAttr(attr, value);
-    _out.append(">\n");
+    Scope scope(*this);
+    _lit("<");
+    _text(name);
+    _lit(" ");
+    _text(attr);
+    _attr("=\"", value);
+    _lit(">\n");
 }
 
 void XmlWriter::appendEndTag(const char* name)
 {
-    _out.append("</");
-    _out.append(name);
-    _out.append(">\n");
+    Scope scope(*this);
+    _lit("</");
+    _text(name);
+    _lit(">\n");
 }
 
 void XmlWriter::appendIParamStart(const char* name)
 {
-    _out.append("<IPARAMVALUE");
-    _appendAttr("NAME", name);
-    _out.push_back('>');
+    Scope scope(*this);
+    _lit("<IPARAMVALUE NAME=\"");
+    _escaped(name, std::strlen(name), 2);
+    _lit("\">");
 }
 
 void XmlWriter::appendIParamEnd()
 {
-    _out.append("</IPARAMVALUE>\n");
+    Scope scope(*this);
+    _lit("</IPARAMVALUE>\n");
 }
 
 void XmlWriter::appendBooleanIParam(const char* name, Boolean value)
 {
+    Scope scope(*this);
     appendIParamStart(name);
-    _out.append(value ? "<VALUE>TRUE</VALUE>" : "<VALUE>FALSE</VALUE>");
+    if (value)
+        _lit("<VALUE>TRUE</VALUE>");
+    else
+        _lit("<VALUE>FALSE</VALUE>");
     appendIParamEnd();
 }
 
 void XmlWriter::appendClassNameIParam(const char* name, const CIMName& className)
 {
+    Scope scope(*this);
     appendIParamStart(name);
     appendClassName(className);
     appendIParamEnd();
@@ -999,24 +1224,20 @@ void XmlWriter::appendClassNameIParam(const char* name, const CIMName& className
 
 void XmlWriter::appendStringIParam(const char* name, const String& value)
 {
+    Scope scope(*this);
     appendIParamStart(name);
-    _out.append("<VALUE>");
-    appendEscaped(_out, value, false);
-    _out.append("</VALUE>");
+    _valueOf(value);
     appendIParamEnd();
 }
 
 void XmlWriter::appendPropertyListIParam(const Array<CIMName>& names)
 {
+    Scope scope(*this);
     appendIParamStart("PropertyList");
-    _out.append("<VALUE.ARRAY>");
+    _lit("<VALUE.ARRAY>");
     for (Uint32 i = 0; i < names.size(); i++)
-    {
-        _out.append("<VALUE>");
-        appendEscaped(_out, names[i].getString(), false);
-        _out.append("</VALUE>");
-    }
-    _out.append("</VALUE.ARRAY>");
+        _valueOf(names[i].getString());
+    _lit("</VALUE.ARRAY>");
     appendIParamEnd();
 }
 
