@@ -36,7 +36,8 @@ public:
     bool ok() const { return _ok; }
 
 private:
-    void chunk(const std::string& text, const std::string& tail);
+    void head(size_t size);
+    void send(const char* data, size_t size);
 
     std::function<bool(const char*, size_t)> _write;
     std::string _fieldPrefix;
