@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <malloc.h>
 #include <memory>
 #include <string>
 #include <unistd.h>
@@ -42,6 +43,17 @@ public:
     void deliver(const Array<Item>& list) override { delivered += list.size(); }
 };
 using CountingHandler = Counting<InstanceResponseHandler, CIMInstance>;
+
+// A handler that keeps what the provider delivers.
+class HoldingHandler : public InstanceResponseHandler
+{
+public:
+    Array<CIMInstance> held;
+    void processing() override {}
+    void complete() override {}
+    void deliver(const CIMInstance& x) override { held.append(x); }
+    void deliver(const Array<CIMInstance>& list) override { held.appendArray(list); }
+};
 using CountingPathHandler = Counting<ObjectPathResponseHandler, CIMObjectPath>;
 
 // Every supported kind of task in turn, in every state.
@@ -183,6 +195,33 @@ void BM_EnumerateJobs(benchmark::State& state)
 }
 
 BENCHMARK(BM_EnumerateJobs)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+
+// The heap the built jobs hold while a server keeps them all for its answer:
+// bytes the allocator has handed out, with their headers, per job kept.
+void BM_HeldJobBytes(benchmark::State& state)
+{
+    World& w = world();
+    OperationContext context;
+    context.insert(IdentityContainer(String("bench")));
+    CIMObjectPath classPath(String(), CIMNamespaceName("root/velk"),
+        CIMName("VELK_ConcreteJob"));
+    double perJob = 0;
+    for (auto _ : state)
+    {
+        malloc_trim(0);
+        const struct mallinfo2 before = mallinfo2();
+        HoldingHandler handler;
+        w.provider->enumerateInstances(context, classPath, false, false,
+            CIMPropertyList(), handler);
+        const struct mallinfo2 after = mallinfo2();
+        const double held = double(after.uordblks + after.hblkhd) -
+            double(before.uordblks + before.hblkhd);
+        perJob = handler.held.size() ? held / handler.held.size() : 0;
+    }
+    state.counters["bytes_per_job"] = perJob;
+}
+
+BENCHMARK(BM_HeldJobBytes)->Iterations(1);
 
 void BM_EnumerateJobNames(benchmark::State& state)
 {

@@ -89,7 +89,7 @@ void CIMClassRep::addProperty(const CIMProperty& x)
     const CIMPropertyRep* rep = checkedRep(CIMRepAccess::rep(x));
     // A reference property of a class must name the class it refers to.
     if (rep->value.getType() == CIMTYPE_REFERENCE &&
-        rep->referenceClassName.isNull())
+        rep->def->referenceClassName.isNull())
     {
         throw TypeMismatchException();
     }
@@ -135,8 +135,8 @@ void CIMClassRep::getKeyNames(Array<CIMName>& keyNames) const
     for (const CIMProperty& p : properties)
     {
         const CIMPropertyRep* rep = CIMRepAccess::rep(p);
-        if (rep->qualifiers.isTrue(keyQualifierName()))
-            keyNames.append(rep->name);
+        if (rep->def->qualifiers.isTrue(keyQualifierName()))
+            keyNames.append(rep->name());
     }
 }
 
@@ -144,7 +144,7 @@ Boolean CIMClassRep::hasKeys() const
 {
     for (const CIMProperty& p : properties)
     {
-        if (CIMRepAccess::rep(p)->qualifiers.isTrue(keyQualifierName()))
+        if (CIMRepAccess::rep(p)->def->qualifiers.isTrue(keyQualifierName()))
             return true;
     }
     return false;
@@ -166,7 +166,7 @@ CIMInstance CIMClassRep::buildInstance(Boolean includeQualifiers,
     for (const CIMProperty& p : properties)
     {
         const CIMPropertyRep* source = CIMRepAccess::rep(p);
-        if (!all && !propertyList.contains(source->name))
+        if (!all && !propertyList.contains(source->name()))
             continue;
         rep->appendOwned(
             block.copy(*source, includeQualifiers, includeClassOrigin));

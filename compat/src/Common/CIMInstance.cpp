@@ -56,7 +56,7 @@ void CIMInstanceRep::instanceFilter(Boolean includeQualifiers,
         for (size_t i = 0; i < properties.size(); i++)
         {
             CIMPropertyRep* rep = CIMRepAccess::rep(properties[i]);
-            if (propertyList.contains(rep->name))
+            if (propertyList.contains(rep->name()))
             {
                 if (kept != i)
                     properties[kept] = properties[i];
@@ -69,13 +69,10 @@ void CIMInstanceRep::instanceFilter(Boolean includeQualifiers,
         }
         properties.resize(kept);
     }
-    for (const CIMProperty& p : properties)
+    if (!includeQualifiers || !includeClassOrigin)
     {
-        CIMPropertyRep* rep = CIMRepAccess::rep(p);
-        if (!includeQualifiers)
-            rep->qualifiers.clear();
-        if (!includeClassOrigin)
-            rep->classOrigin.clear();
+        for (const CIMProperty& p : properties)
+            CIMRepAccess::rep(p)->strip(includeQualifiers, includeClassOrigin);
     }
 }
 

@@ -72,8 +72,8 @@ void CIMObjectRep::setPath(const CIMObjectPath& path)
 void CIMObjectRep::addProperty(const CIMProperty& x)
 {
     const CIMPropertyRep* rep = checkedRep(CIMRepAccess::rep(x));
-    if (findProperty(rep->name) != PEG_NOT_FOUND)
-        throw AlreadyExistsException(quotedName("property", rep->name));
+    if (findProperty(rep->name()) != PEG_NOT_FOUND)
+        throw AlreadyExistsException(quotedName("property", rep->name()));
     appendProperty(x);
 }
 
@@ -94,7 +94,7 @@ Uint32 CIMObjectRep::findProperty(const CIMName& name) const
     for (size_t i = 0, n = properties.size(); i < n; i++)
     {
         const CIMPropertyRep* rep = CIMRepAccess::rep(properties[i]);
-        if (rep->hash == hash && rep->name.equal(name))
+        if (rep->hash() == hash && rep->name().equal(name))
             return Uint32(i);
     }
     return PEG_NOT_FOUND;

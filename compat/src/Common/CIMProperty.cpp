@@ -4,37 +4,153 @@
 
 PEGASUS_NAMESPACE_BEGIN
 
-CIMPropertyRep::CIMPropertyRep(const CIMName& name_, const CIMValue& value_,
+//
+// CIMPropertyDefinition
+//
+
+CIMPropertyDefinition::CIMPropertyDefinition(const CIMName& name_,
     Uint32 arraySize_, const CIMName& referenceClassName_,
     const CIMName& classOrigin_, Boolean propagated_)
-    : name(name_), value(value_), arraySize(arraySize_),
+    : name(name_), hash(0), arraySize(arraySize_),
       referenceClassName(referenceClassName_), classOrigin(classOrigin_),
-      propagated(propagated_), ownerCount(0), block(0)
+      propagated(propagated_), exposed(false), _variants{}
 {
     checkName(name);
     hash = nameHash(name);
-    if (arraySize &&
-        (!value.isArray() || value.getArraySize() != arraySize))
+}
+
+CIMPropertyDefinition::CIMPropertyDefinition(const CIMPropertyDefinition& x,
+    Boolean withQualifiers, Boolean withClassOrigin)
+    : RefCountedRep(), name(x.name), hash(x.hash), arraySize(x.arraySize),
+      referenceClassName(x.referenceClassName),
+      classOrigin(withClassOrigin ? x.classOrigin : CIMName()),
+      propagated(x.propagated), exposed(false), _variants{}
+{
+    if (withQualifiers)
+        qualifiers.cloneFrom(x.qualifiers);
+}
+
+CIMPropertyDefinition::~CIMPropertyDefinition()
+{
+    forgetVariants();
+}
+
+CIMPropertyDefinition* CIMPropertyDefinition::share(CIMPropertyDefinition* x,
+    Boolean withQualifiers, Boolean withClassOrigin)
+{
+    const Boolean noQualifiers = !withQualifiers && x->qualifiers.size() != 0;
+    const Boolean noClassOrigin = !withClassOrigin && !x->classOrigin.isNull();
+    if (x->exposed.load(std::memory_order_acquire))
+        return new CIMPropertyDefinition(*x, !noQualifiers, !noClassOrigin);
+    if (!noQualifiers && !noClassOrigin)
+        return repRef(x);
+    std::atomic<CIMPropertyDefinition*>& slot =
+        x->_variants[noQualifiers && noClassOrigin ? 2 : noQualifiers ? 0 : 1];
+    CIMPropertyDefinition* known = slot.load(std::memory_order_acquire);
+    if (!known)
+    {
+        CIMPropertyDefinition* made =
+            new CIMPropertyDefinition(*x, !noQualifiers, !noClassOrigin);
+        // Another thread may have made one first; either serves.
+        if (slot.compare_exchange_strong(known, made,
+                std::memory_order_acq_rel, std::memory_order_acquire))
+        {
+            known = made;
+        }
+        else
+        {
+            repUnref(made);
+        }
+    }
+    return repRef(known);
+}
+
+void CIMPropertyDefinition::forgetVariants()
+{
+    for (std::atomic<CIMPropertyDefinition*>& slot : _variants)
+        repUnref(slot.exchange(0, std::memory_order_acq_rel));
+}
+
+void CIMPropertyDefinition::setName(const CIMName& name_)
+{
+    name = name_;
+    hash = nameHash(name);
+}
+
+Boolean CIMPropertyDefinition::identical(const CIMPropertyDefinition* x) const
+{
+    if (this == x)
+        return true;
+    return name.equal(x->name) &&
+        referenceClassName.equal(x->referenceClassName) &&
+        qualifiers.identical(x->qualifiers) &&
+        classOrigin.equal(x->classOrigin) && propagated == x->propagated;
+}
+
+//
+// CIMPropertyRep
+//
+
+CIMPropertyRep::CIMPropertyRep(const CIMName& name_, const CIMValue& value_,
+    Uint32 arraySize_, const CIMName& referenceClassName_,
+    const CIMName& classOrigin_, Boolean propagated_)
+    : ownerCount(0), def(0), value(value_), block(0)
+{
+    // The checks come first: a throw from here frees only the value.
+    checkName(name_);
+    if (arraySize_ &&
+        (!value.isArray() || value.getArraySize() != arraySize_))
     {
         throw TypeMismatchException();
     }
     // Arrays of references are not allowed.
     if (value.isArray() && value.getType() == CIMTYPE_REFERENCE)
         throw TypeMismatchException();
-    if (!referenceClassName.isNull() && value.getType() != CIMTYPE_REFERENCE)
+    if (!referenceClassName_.isNull() && value.getType() != CIMTYPE_REFERENCE)
         throw TypeMismatchException();
+    def = new CIMPropertyDefinition(name_, arraySize_, referenceClassName_,
+        classOrigin_, propagated_);
 }
 
 CIMPropertyRep::CIMPropertyRep(const CIMPropertyRep& x,
     Boolean withQualifiers, Boolean withClassOrigin)
-    : RefCountedRep(), name(x.name), hash(x.hash), value(x.value),
-      arraySize(x.arraySize),
-      referenceClassName(x.referenceClassName),
-      classOrigin(withClassOrigin ? x.classOrigin : CIMName()),
-      propagated(x.propagated), ownerCount(0), block(0)
+    : RefCountedRep(), ownerCount(0),
+      def(CIMPropertyDefinition::share(x.def, withQualifiers, withClassOrigin)),
+      value(x.value), block(0)
 {
-    if (withQualifiers)
-        qualifiers.cloneFrom(x.qualifiers);
+}
+
+CIMPropertyRep::~CIMPropertyRep()
+{
+    repUnref(def);
+}
+
+CIMPropertyDefinition* CIMPropertyRep::ownDefinition()
+{
+    if (def->refs.load(std::memory_order_acquire) != 1)
+    {
+        CIMPropertyDefinition* mine = new CIMPropertyDefinition(*def, true, true);
+        repUnref(def);
+        def = mine;
+    }
+    else
+    {
+        def->forgetVariants();
+    }
+    return def;
+}
+
+void CIMPropertyRep::strip(Boolean withQualifiers, Boolean withClassOrigin)
+{
+    if ((withQualifiers || def->qualifiers.size() == 0) &&
+        (withClassOrigin || def->classOrigin.isNull()))
+    {
+        return;
+    }
+    CIMPropertyDefinition* stripped =
+        CIMPropertyDefinition::share(def, withQualifiers, withClassOrigin);
+    repUnref(def);
+    def = stripped;
 }
 
 void repDelete(CIMPropertyRep* rep)
@@ -45,20 +161,11 @@ void repDelete(CIMPropertyRep* rep)
         delete rep;
 }
 
-void CIMPropertyRep::setName(const CIMName& name_)
-{
-    name = name_;
-    hash = nameHash(name);
-}
-
 Boolean CIMPropertyRep::identical(const CIMPropertyRep* x) const
 {
     if (this == x)
         return true;
-    return name.equal(x->name) && value.equal(x->value) &&
-        referenceClassName.equal(x->referenceClassName) &&
-        qualifiers.identical(x->qualifiers) &&
-        classOrigin.equal(x->classOrigin) && propagated == x->propagated;
+    return value.equal(x->value) && def->identical(x->def);
 }
 
 //
@@ -90,7 +197,7 @@ CIMProperty& CIMProperty::operator=(const CIMProperty& x)
 
 const CIMName& CIMProperty::getName() const
 {
-    return checkedRep(_rep)->name;
+    return checkedRep(_rep)->def->name;
 }
 
 void CIMProperty::setName(const CIMName& name)
@@ -103,7 +210,7 @@ void CIMProperty::setName(const CIMName& name)
             "Attempted to change the name of a property already in a "
             "container."));
     }
-    _rep->setName(name);
+    _rep->ownDefinition()->setName(name);
 }
 
 const CIMValue& CIMProperty::getValue() const
@@ -126,8 +233,8 @@ void CIMProperty::setValue(const CIMValue& value)
     checkedRep(_rep);
     if (!value.typeCompatible(_rep->value))
         throw TypeMismatchException();
-    if (_rep->arraySize && !value.isNull() &&
-        value.getArraySize() != _rep->arraySize)
+    const Uint32 arraySize = _rep->def->arraySize;
+    if (arraySize && !value.isNull() && value.getArraySize() != arraySize)
     {
         throw TypeMismatchException();
     }
@@ -136,65 +243,74 @@ void CIMProperty::setValue(const CIMValue& value)
 
 Uint32 CIMProperty::getArraySize() const
 {
-    return checkedRep(_rep)->arraySize;
+    return checkedRep(_rep)->def->arraySize;
 }
 
 const CIMName& CIMProperty::getReferenceClassName() const
 {
-    return checkedRep(_rep)->referenceClassName;
+    return checkedRep(_rep)->def->referenceClassName;
 }
 
 const CIMName& CIMProperty::getClassOrigin() const
 {
-    return checkedRep(_rep)->classOrigin;
+    return checkedRep(_rep)->def->classOrigin;
 }
 
 void CIMProperty::setClassOrigin(const CIMName& classOrigin)
 {
-    checkedRep(_rep)->classOrigin = classOrigin;
+    checkedRep(_rep)->ownDefinition()->classOrigin = classOrigin;
 }
 
 Boolean CIMProperty::getPropagated() const
 {
-    return checkedRep(_rep)->propagated;
+    return checkedRep(_rep)->def->propagated;
 }
 
 void CIMProperty::setPropagated(Boolean propagated)
 {
-    checkedRep(_rep)->propagated = propagated;
+    checkedRep(_rep)->ownDefinition()->propagated = propagated;
 }
 
 CIMProperty& CIMProperty::addQualifier(const CIMQualifier& x)
 {
-    checkedRep(_rep)->qualifiers.add(x);
+    CIMPropertyDefinition* def = checkedRep(_rep)->ownDefinition();
+    def->qualifiers.add(x);
+    // The caller keeps a handle to the qualifier it added.
+    def->exposed.store(true, std::memory_order_release);
     return *this;
 }
 
 Uint32 CIMProperty::findQualifier(const CIMName& name) const
 {
-    return checkedRep(_rep)->qualifiers.find(name);
+    return checkedRep(_rep)->def->qualifiers.find(name);
 }
 
 CIMQualifier CIMProperty::getQualifier(Uint32 index)
 {
-    return CIMRepAccess::share<CIMQualifier>(
-        checkedRep(_rep)->qualifiers.at(index));
+    CIMPropertyRep* rep = checkedRep(_rep);
+    rep->def->qualifiers.at(index);
+    // The handle may change the qualifier: it must be this property's alone.
+    CIMPropertyDefinition* def = rep->ownDefinition();
+    def->exposed.store(true, std::memory_order_release);
+    return CIMRepAccess::share<CIMQualifier>(def->qualifiers.at(index));
 }
 
 CIMConstQualifier CIMProperty::getQualifier(Uint32 index) const
 {
     return CIMRepAccess::share<CIMConstQualifier>(
-        checkedRep(_rep)->qualifiers.at(index));
+        checkedRep(_rep)->def->qualifiers.at(index));
 }
 
 void CIMProperty::removeQualifier(Uint32 index)
 {
-    checkedRep(_rep)->qualifiers.remove(index);
+    CIMPropertyRep* rep = checkedRep(_rep);
+    checkIndex(index, rep->def->qualifiers.size());
+    rep->ownDefinition()->qualifiers.remove(index);
 }
 
 Uint32 CIMProperty::getQualifierCount() const
 {
-    return checkedRep(_rep)->qualifiers.size();
+    return checkedRep(_rep)->def->qualifiers.size();
 }
 
 Boolean CIMProperty::identical(const CIMConstProperty& x) const
@@ -256,7 +372,7 @@ CIMConstProperty& CIMConstProperty::operator=(const CIMProperty& x)
 
 const CIMName& CIMConstProperty::getName() const
 {
-    return checkedRep(_rep)->name;
+    return checkedRep(_rep)->def->name;
 }
 
 const CIMValue& CIMConstProperty::getValue() const
@@ -276,38 +392,38 @@ Boolean CIMConstProperty::isArray() const
 
 Uint32 CIMConstProperty::getArraySize() const
 {
-    return checkedRep(_rep)->arraySize;
+    return checkedRep(_rep)->def->arraySize;
 }
 
 const CIMName& CIMConstProperty::getReferenceClassName() const
 {
-    return checkedRep(_rep)->referenceClassName;
+    return checkedRep(_rep)->def->referenceClassName;
 }
 
 const CIMName& CIMConstProperty::getClassOrigin() const
 {
-    return checkedRep(_rep)->classOrigin;
+    return checkedRep(_rep)->def->classOrigin;
 }
 
 Boolean CIMConstProperty::getPropagated() const
 {
-    return checkedRep(_rep)->propagated;
+    return checkedRep(_rep)->def->propagated;
 }
 
 Uint32 CIMConstProperty::findQualifier(const CIMName& name) const
 {
-    return checkedRep(_rep)->qualifiers.find(name);
+    return checkedRep(_rep)->def->qualifiers.find(name);
 }
 
 CIMConstQualifier CIMConstProperty::getQualifier(Uint32 index) const
 {
     return CIMRepAccess::share<CIMConstQualifier>(
-        checkedRep(_rep)->qualifiers.at(index));
+        checkedRep(_rep)->def->qualifiers.at(index));
 }
 
 Uint32 CIMConstProperty::getQualifierCount() const
 {
-    return checkedRep(_rep)->qualifiers.size();
+    return checkedRep(_rep)->def->qualifiers.size();
 }
 
 Boolean CIMConstProperty::identical(const CIMConstProperty& x) const

@@ -21,7 +21,7 @@ CIMPropertyIndex* CIMPropertyIndex::make(const std::vector<CIMProperty>& propert
         index->_slots[i] = 0;
     for (size_t pos = 0; pos < properties.size(); pos++)
     {
-        Uint32 slot = CIMRepAccess::rep(properties[pos])->hash & index->_mask;
+        Uint32 slot = CIMRepAccess::rep(properties[pos])->hash() & index->_mask;
         while (index->_slots[slot])
             slot = (slot + 1) & index->_mask;
         index->_slots[slot] = Uint16(pos + 1);
@@ -44,7 +44,7 @@ Uint32 CIMPropertyIndex::find(const std::vector<CIMProperty>& properties,
         if (!entry)
             return PEG_NOT_FOUND;
         const CIMPropertyRep* rep = CIMRepAccess::rep(properties[entry - 1]);
-        if (rep->hash == hash && rep->name.equal(name))
+        if (rep->hash() == hash && rep->name().equal(name))
             return entry - 1;
     }
 }

@@ -176,6 +176,58 @@ private:
 struct CIMPropertyBlockStorage;
 class CIMPropertyIndex;
 
+// What a property is apart from its value: its name, array size, reference
+// class, class origin, propagated flag and qualifiers. Copies of a property
+// (an instance built from a class, a clone) share their original's
+// definition, so that copying a property copies no names and no qualifiers;
+// the first copy to change any of it takes a definition of its own
+// (CIMPropertyRep::ownDefinition). A shared definition is never changed.
+class CIMPropertyDefinition : public RefCountedRep
+{
+public:
+    CIMPropertyDefinition(const CIMName& name_, Uint32 arraySize_,
+        const CIMName& referenceClassName_, const CIMName& classOrigin_,
+        Boolean propagated_);
+    // A copy of x with deep copies of its qualifiers (or none), and its
+    // class origin (or none).
+    CIMPropertyDefinition(const CIMPropertyDefinition& x,
+        Boolean withQualifiers, Boolean withClassOrigin);
+    ~CIMPropertyDefinition();
+
+    // The definition of a copy of a property defined by x, with or without
+    // qualifiers and class origin; the caller owns one reference. x itself
+    // when nothing is left out, a copy kept with x for the next ones when
+    // something is, and a copy of its own when a handle to one of x's
+    // qualifiers has been given out (changing the qualifier through it must
+    // not change the copies).
+    static CIMPropertyDefinition* share(CIMPropertyDefinition* x,
+        Boolean withQualifiers, Boolean withClassOrigin);
+
+    // Called before a change in place: forgets the copies kept by share(),
+    // made from what is about to change.
+    void forgetVariants();
+
+    void setName(const CIMName& name_);
+
+    CIMName name;
+    // nameHash(name), so that lookups compare most names by one integer.
+    Uint32 hash;
+    Uint32 arraySize;
+    CIMName referenceClassName;
+    CIMName classOrigin;
+    Boolean propagated;
+    // Set once a handle to one of the qualifiers may be held outside.
+    std::atomic<bool> exposed;
+    CIMQualifierList qualifiers;
+
+    Boolean identical(const CIMPropertyDefinition* x) const;
+
+private:
+    // The copies share() made: without qualifiers, without class origin,
+    // without either (0 until asked for).
+    mutable std::atomic<CIMPropertyDefinition*> _variants[3];
+};
+
 class CIMPropertyRep : public RefCountedRep
 {
 public:
@@ -184,21 +236,21 @@ public:
         const CIMName& classOrigin_, Boolean propagated_);
     CIMPropertyRep(const CIMPropertyRep& x, Boolean withQualifiers,
         Boolean withClassOrigin);
+    ~CIMPropertyRep();
 
-    void setName(const CIMName& name_);
+    const CIMName& name() const { return def->name; }
+    Uint32 hash() const { return def->hash; }
 
-    CIMName name;
-    // nameHash(name), so that lookups compare most names by one integer.
-    Uint32 hash;
-    CIMValue value;
-    Uint32 arraySize;
-    CIMName referenceClassName;
-    CIMName classOrigin;
-    Boolean propagated;
-    CIMQualifierList qualifiers;
+    // The definition, made this property's own first if it is shared.
+    CIMPropertyDefinition* ownDefinition();
+    // Leaves out qualifiers and class origin (instance filtering).
+    void strip(Boolean withQualifiers, Boolean withClassOrigin);
+
     // Number of classes or instances this property belongs to. Atomic
     // because containers sharing a property may die on different threads.
     std::atomic<Uint32> ownerCount;
+    CIMPropertyDefinition* def;
+    CIMValue value;
     // The block this representation was made in, 0 if made on its own.
     CIMPropertyBlockStorage* block;
 

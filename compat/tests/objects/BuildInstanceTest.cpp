@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <thread>
 #include <vector>
 
@@ -188,8 +189,8 @@ TEST(BuildInstance, QualifierTestsNeedTheValueTrue)
 
 TEST(BuildInstance, SharedClassServesConcurrentBuilders)
 {
-    // The class cache hands one class to every worker thread.
-    CIMClass cls = jobClass();
+    // The class cache hands one class, a clone, to every worker thread.
+    CIMClass cls = jobClass().clone();
     std::vector<std::thread> workers;
     std::atomic<Uint32> built(0);
     for (int t = 0; t < 4; t++)
@@ -198,7 +199,8 @@ TEST(BuildInstance, SharedClassServesConcurrentBuilders)
             for (int i = 0; i < 500; i++)
             {
                 CIMClass mine = cls;
-                CIMInstance inst = mine.buildInstance(true, true, CIMPropertyList());
+                CIMInstance inst = mine.buildInstance(i % 2 == 0, i % 3 == 0,
+                    CIMPropertyList());
                 inst.getProperty(0).setValue(CIMValue(String("id")));
                 CIMObject obj = inst;
                 if (CIMInstance(obj).buildPath(mine).getKeyBindings().size() == 1)
@@ -281,4 +283,101 @@ TEST(BuildInstance, LookupsFollowAddedRemovedAndFilteredProperties)
     after.instanceFilter(false, false, names({"P9", "P1"}));
     EXPECT_EQ(1u, after.findProperty("P9"));
     EXPECT_EQ(PEG_NOT_FOUND, after.findProperty("P7"));
+}
+
+TEST(BuildInstance, ChangingOneCopyLeavesTheOthersAlone)
+{
+    // Clones and built instances share what their properties have in common
+    // until one of them changes; whichever changes, and however, the others
+    // must answer as before. What they must answer is built afresh.
+    struct Change
+    {
+        const char* what;
+        std::function<void(CIMProperty)> apply;
+    };
+    const Change changes[] = {
+        {"value", [](CIMProperty p) { p.setValue(CIMValue(String("x"))); }},
+        {"qualifier value",
+            [](CIMProperty p) { p.getQualifier(0).setValue(CIMValue(false)); }},
+        {"qualifier added",
+            [](CIMProperty p) { p.addQualifier(CIMQualifier("Required", CIMValue(true))); }},
+        {"qualifier removed", [](CIMProperty p) { p.removeQualifier(0); }},
+        {"class origin", [](CIMProperty p) { p.setClassOrigin("Other"); }},
+        {"propagated", [](CIMProperty p) { p.setPropagated(false); }},
+    };
+    const char* targets[] = {"class", "clone", "instance"};
+    for (const Change& change : changes)
+    {
+        for (int target = 0; target < 3; target++)
+        {
+            SCOPED_TRACE(std::string(change.what) + " of the " + targets[target]);
+            CIMClass cached = jobClass().clone();
+            CIMClass clone = cached.clone();
+            CIMInstance full = cached.buildInstance(true, true, CIMPropertyList());
+            CIMInstance bare = cached.buildInstance(false, false, CIMPropertyList());
+            CIMInstance noOrigin = cached.buildInstance(true, false, CIMPropertyList());
+
+            CIMProperty changed = target == 0 ? cached.getProperty(0)
+                : target == 1 ? clone.getProperty(0) : full.getProperty(0);
+            change.apply(changed);
+
+            const CIMClass expectedClass = jobClass();
+            const CIMInstance expectedFull =
+                jobClass().buildInstance(true, true, CIMPropertyList());
+            EXPECT_EQ(target != 0, cached.identical(expectedClass));
+            EXPECT_EQ(target != 1, clone.identical(expectedClass));
+            EXPECT_EQ(target != 2, full.identical(expectedFull));
+            EXPECT_TRUE(bare.identical(
+                jobClass().buildInstance(false, false, CIMPropertyList())));
+            EXPECT_TRUE(noOrigin.identical(
+                jobClass().buildInstance(true, false, CIMPropertyList())));
+            // A later copy of what changed shows the change.
+            CIMProperty again = target == 2
+                ? full.clone().getProperty(0) : CIMProperty(changed).clone();
+            EXPECT_TRUE(again.identical(changed));
+        }
+    }
+}
+
+TEST(BuildInstance, CopiesFollowEarlierHandlesAndLaterChanges)
+{
+    CIMClass cached = jobClass().clone();
+
+    // A qualifier handle taken before a clone changes the original only.
+    CIMQualifier key = cached.getProperty(0).getQualifier(0);
+    CIMClass clone = cached.clone();
+    CIMInstance inst = cached.buildInstance(true, true, CIMPropertyList());
+    key.setValue(CIMValue(false));
+    EXPECT_TRUE(clone.identical(jobClass()));
+    EXPECT_TRUE(inst.identical(jobClass().buildInstance(true, true, CIMPropertyList())));
+    EXPECT_FALSE(cached.hasKeys());
+
+    // Instances built after a change to the class show it, however many
+    // were built (and gone) before, with or without qualifiers and origin.
+    for (int round = 0; round < 2; round++)
+    {
+        SCOPED_TRACE(round);
+        CIMClass cls = jobClass().clone();
+        for (int i = 0; i < 2; i++)
+        {
+            cls.buildInstance(false, false, CIMPropertyList());
+            cls.buildInstance(false, true, CIMPropertyList());
+        }
+        CIMInstance before = cls.buildInstance(false, true, CIMPropertyList());
+        if (round == 1)
+            before = CIMInstance();
+        cls.getProperty(2).setClassOrigin("Changed");
+        cls.getProperty(2).setPropagated(false);
+        CIMInstance withOrigin = cls.buildInstance(false, true, CIMPropertyList());
+        CIMInstance without = cls.buildInstance(false, false, CIMPropertyList());
+        EXPECT_EQ(String("Changed"), withOrigin.getProperty(2).getClassOrigin().getString());
+        EXPECT_FALSE(withOrigin.getProperty(2).getPropagated());
+        EXPECT_FALSE(without.getProperty(2).getPropagated());
+        EXPECT_TRUE(without.getProperty(2).getClassOrigin().isNull());
+        if (round == 0)
+        {
+            EXPECT_EQ(String("CIM_Job"), before.getProperty(2).getClassOrigin().getString());
+            EXPECT_TRUE(before.getProperty(2).getPropagated());
+        }
+    }
 }
