@@ -46,8 +46,10 @@ bool findHeader(const CimXmlHeaders& headers, const char* name, std::string& val
     size_t n = strlen(name);
     for (const auto& h : headers)
     {
+        // The name as a C string: up to a NUL it may hold.
         const std::string& k = h.first;
-        bool match = strcasecmp(k.c_str(), name) == 0 ||
+        bool match = (k.size() >= n && (k.size() == n || k[n] == '\0') &&
+                strcasecmp(k.c_str(), name) == 0) ||
             (k.size() == n + 3 && k[0] >= '0' && k[0] <= '9' && k[1] >= '0' &&
              k[1] <= '9' && k[2] == '-' && strcasecmp(k.c_str() + 3, name) == 0);
         if (!match)
@@ -56,7 +58,10 @@ bool findHeader(const CimXmlHeaders& headers, const char* name, std::string& val
             value += ", ";
         else
             value.clear();
-        value += trimmed(h.second);
+        const std::string& v = h.second;
+        size_t b = v.find_first_not_of(" \t");
+        if (b != std::string::npos)
+            value.append(v, b, v.find_last_not_of(" \t") - b + 1);
         found = true;
     }
     return found;

@@ -1518,6 +1518,17 @@ Boolean XmlReader::isValidUtf8(const char* data, size_t size)
     size_t i = 0;
     while (i < size)
     {
+        // Eight ASCII bytes at a time: most texts are ASCII throughout.
+        if (size - i >= 8)
+        {
+            Uint64 word;
+            memcpy(&word, p + i, 8);
+            if ((word & 0x8080808080808080ULL) == 0)
+            {
+                i += 8;
+                continue;
+            }
+        }
         unsigned char c = p[i];
         if (c < 0x80)
         {
