@@ -4,7 +4,6 @@
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Internal/CIMOMHandleAccess.h>
 
-#include <cctype>
 #include <dlfcn.h>
 #include <sys/stat.h>
 
@@ -19,14 +18,6 @@ namespace
 std::string narrow(const String& s)
 {
     return std::string(static_cast<const char*>(s.getCString()));
-}
-
-std::string lower(const std::string& s)
-{
-    std::string r = s;
-    for (char& c : r)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return r;
 }
 
 typedef CIMProvider* (*CreateFunction)(const String&);
@@ -151,7 +142,7 @@ std::shared_ptr<ProviderManager::Module> ProviderManager::module(
     const ProviderModuleInfo& info)
 {
     std::lock_guard<std::mutex> lock(_mutex);
-    std::shared_ptr<Module>& m = _modules[lower(narrow(info.name))];
+    std::shared_ptr<Module>& m = _modules[ProviderRegistry::key(info.name)];
     if (!m)
     {
         m = std::make_shared<Module>();
@@ -263,13 +254,13 @@ void ProviderManager::releaseModule(Module& module)
 ProviderManager::Lease ProviderManager::get(const ProviderModuleInfo& info,
     const String& providerName)
 {
+    std::string key = ProviderRegistry::key(info.name) + "/" + ProviderRegistry::key(providerName);
     std::shared_ptr<Entry> entry;
     {
         std::lock_guard<std::mutex> lock(_mutex);
         if (_shuttingDown)
             throw CIMException(CIM_ERR_SERVER_IS_SHUTTING_DOWN, String());
-        std::shared_ptr<Entry>& e =
-            _entries[lower(narrow(info.name)) + "/" + lower(narrow(providerName))];
+        std::shared_ptr<Entry>& e = _entries[key];
         if (!e)
         {
             e = std::make_shared<Entry>();

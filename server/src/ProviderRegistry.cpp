@@ -83,10 +83,32 @@ Array<Uint16> uint16ArrayProp(const CIMInstance& inst, const char* name)
 
 std::string ProviderRegistry::key(const String& text)
 {
-    std::string s = narrow(text);
-    for (char& c : s)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    std::string s;
+    appendKey(s, text);
     return s;
+}
+
+void ProviderRegistry::appendKey(std::string& out, const String& text)
+{
+    // Names are ASCII nearly always: lower-cased straight from the text.
+    const Char16* p = text.getChar16Data();
+    Uint32 n = text.size();
+    size_t start = out.size();
+    out.reserve(start + n);
+    for (Uint32 i = 0; i < n; i++)
+    {
+        Uint16 c = p[i];
+        if (c == 0 || c >= 0x80)
+        {
+            out.resize(start);
+            std::string s = narrow(text);
+            for (char& ch : s)
+                ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+            out += s;
+            return;
+        }
+        out += static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+    }
 }
 
 void ProviderRegistry::addModule(const ProviderModuleInfo& module)
@@ -114,8 +136,10 @@ const ProviderModuleInfo* ProviderRegistry::findModule(const String& name) const
 const ProviderCapability* ProviderRegistry::find(const CIMNamespaceName& nameSpace,
     const CIMName& className, unsigned type) const
 {
-    auto range = _byClass.equal_range(
-        key(nameSpace.getString()) + ":" + key(className.getString()));
+    std::string k = key(nameSpace.getString());
+    k += ':';
+    appendKey(k, className.getString());
+    auto range = _byClass.equal_range(k);
     for (auto it = range.first; it != range.second; ++it)
     {
         const ProviderCapability& cap = _capabilities[it->second];

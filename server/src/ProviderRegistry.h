@@ -79,8 +79,12 @@ public:
 
     size_t capabilityCount() const { return _capabilities.size(); }
 
-private:
+    // A name as modules, providers and classes are looked up: lower-case
+    // UTF-8.
     static std::string key(const Pegasus::String& text);
+
+private:
+    static void appendKey(std::string& out, const Pegasus::String& text);
 
     std::map<std::string, ProviderModuleInfo> _modules;
     std::vector<ProviderCapability> _capabilities;
