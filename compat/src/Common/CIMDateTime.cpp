@@ -7,6 +7,7 @@
 #include <sys/time.h>
 #include <Pegasus/Common/CIMDateTime.h>
 #include <Pegasus/Common/Exception.h>
+#include "CIMDateTimeAccess.h"
 #include "NumberText.h"
 
 PEGASUS_NAMESPACE_BEGIN
@@ -291,13 +292,18 @@ void CIMDateTime::clear()
 // Text form
 //
 
+char* CIMDateTimeAccess::text(const CIMDateTime& x, char* out)
+{
+    formatBody(x._usec, x._sign == ':', x._numWildcards, out);
+    out[21] = char(x._sign);
+    NumberText::fixed(out + 22, 3, x._sign == ':' ? 0 : x._utcOffset % 1000u);
+    return out + TEXT_SIZE;
+}
+
 String CIMDateTime::toString() const
 {
-    char buf[32];
-    formatBody(_usec, _sign == ':', _numWildcards, buf);
-    buf[21] = char(_sign);
-    NumberText::fixed(buf + 22, 3, _sign == ':' ? 0 : _utcOffset % 1000u);
-    return String(buf, 25);
+    char buf[CIMDateTimeAccess::TEXT_SIZE + 1];
+    return String(buf, Uint32(CIMDateTimeAccess::text(*this, buf) - buf));
 }
 
 void CIMDateTime::set(const String& str)
