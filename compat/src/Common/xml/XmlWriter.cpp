@@ -15,6 +15,7 @@
 #include <Pegasus/Common/CIMFlavor.h>
 #include <Pegasus/Common/CIMScope.h>
 #include <Pegasus/Common/Exception.h>
+#include "../CIMDateTimeAccess.h"
 #include "../NumberText.h"
 
 PEGASUS_NAMESPACE_BEGIN
@@ -181,35 +182,41 @@ char* escapeBytes(char* d, const char* p, size_t n, int mode)
     return d;
 }
 
+#if defined(__SSE2__)
+// Narrows eight units to bytes, with saturation: a unit above 0x7F becomes
+// a byte that is negative or zero, so that one signed test below 0x20 finds
+// it with the control characters. Returns the mask of the units that are
+// not plain ASCII.
+inline unsigned otherUnits(const Uint16* p, __m128i& bytes)
+{
+    __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    bytes = _mm_packus_epi16(units, units);
+    __m128i other = _mm_or_si128(
+        _mm_or_si128(_mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20)),
+            _mm_cmpeq_epi8(bytes, _mm_set1_epi8('&'))),
+        _mm_or_si128(
+            _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('<')),
+                _mm_cmpeq_epi8(bytes, _mm_set1_epi8('>'))),
+            _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'))));
+    return unsigned(_mm_movemask_epi8(other)) & 0xFFu;
+}
+#endif
+
 // Escapes n UTF-16 units as UTF-8 at d (ESCAPED_MAX bytes of room per
 // unit). A lone surrogate becomes U+FFFD.
 char* escapeUnits(char* d, const Uint16* p, size_t n, int mode)
 {
-#if defined(__SSE2__)
-    const __m128i space = _mm_set1_epi8(0x20);
-    const __m128i amp = _mm_set1_epi8('&');
-    const __m128i lt = _mm_set1_epi8('<');
-    const __m128i gt = _mm_set1_epi8('>');
-    const __m128i quot = _mm_set1_epi8('"');
-#endif
     size_t i = 0;
     while (i < n)
     {
 #if defined(__SSE2__)
-        // Eight units at a time while they are plain ASCII: narrowed with
-        // saturation, a unit above 0x7F becomes a byte that is negative or
-        // zero, so one signed test below 0x20 catches it with the control
-        // characters. The eight bytes are stored in any case; only the
-        // plain ones before the first other unit count.
+        // Eight units at a time while they are plain ASCII. The eight bytes
+        // are stored in any case; only the plain ones before the first
+        // other unit count.
+        __m128i bytes;
         while (n - i >= 8)
         {
-            __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
-            __m128i bytes = _mm_packus_epi16(units, units);
-            __m128i other = _mm_or_si128(
-                _mm_or_si128(_mm_cmplt_epi8(bytes, space), _mm_cmpeq_epi8(bytes, amp)),
-                _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(bytes, lt), _mm_cmpeq_epi8(bytes, gt)),
-                    _mm_cmpeq_epi8(bytes, quot)));
-            unsigned mask = unsigned(_mm_movemask_epi8(other)) & 0xFFu;
+            unsigned mask = otherUnits(p + i, bytes);
             _mm_storel_epi64(reinterpret_cast<__m128i*>(d), bytes);
             if (mask == 0)
             {
@@ -224,6 +231,15 @@ char* escapeUnits(char* d, const Uint16* p, size_t n, int mode)
         }
         if (i == n)
             break;
+        // A short tail is tested as the last eight units: when all are
+        // plain, the ones before the tail were written one byte each, so
+        // storing the eight bytes over them writes the same bytes again.
+        if (n - i < 8 && n >= 8 && otherUnits(p + n - 8, bytes) == 0)
+        {
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(d - (8 - (n - i))), bytes);
+            d += n - i;
+            break;
+        }
 #endif
         Uint32 c = p[i++];
         if (c < 0x80)
@@ -511,7 +527,11 @@ void XmlWriter::_valueOf(const String& x)
 template <>
 void XmlWriter::_valueOf(const CIMDateTime& x)
 {
-    _valueOf(x.toString());
+    // Digits, '.', '*' and signs: nothing to escape.
+    char* d = _room(sizeof("<VALUE></VALUE>") + CIMDateTimeAccess::TEXT_SIZE);
+    d = put(d, "<VALUE>");
+    d = CIMDateTimeAccess::text(x, d);
+    _p = put(d, "</VALUE>");
 }
 
 template <class T>
