@@ -21,7 +21,7 @@ CIMObjectRep* CIMInstanceRep::cloneRep() const
 
 void CIMInstanceRep::appendOwned(CIMPropertyRep* rep)
 {
-    rep->ownerCount = 1;
+    rep->ownerCount.store(1, std::memory_order_relaxed);
     properties.push_back(CIMRepAccess::adopt<CIMProperty>(rep));
 }
 

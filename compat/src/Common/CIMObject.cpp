@@ -26,15 +26,14 @@ CIMObjectRep::CIMObjectRep(const CIMObjectRep& x)
     for (const CIMProperty& p : x.properties)
     {
         CIMPropertyRep* rep = block.copy(*CIMRepAccess::rep(p), true, true);
-        rep->ownerCount = 1;
+        rep->ownerCount.store(1, std::memory_order_relaxed);
         properties.push_back(CIMRepAccess::adopt<CIMProperty>(rep));
     }
 }
 
 CIMObjectRep::~CIMObjectRep()
 {
-    for (const CIMProperty& p : properties)
-        CIMRepAccess::rep(p)->ownerCount--;
+    CIMPropertyBlock::releaseAll(properties);
     CIMPropertyIndex::unref(nameIndex.load(std::memory_order_acquire));
 }
 

@@ -35,8 +35,8 @@ CIMPropertyDefinition::~CIMPropertyDefinition()
     forgetVariants();
 }
 
-CIMPropertyDefinition* CIMPropertyDefinition::share(CIMPropertyDefinition* x,
-    Boolean withQualifiers, Boolean withClassOrigin)
+CIMPropertyDefinition* CIMPropertyDefinition::shareLeavingOut(
+    CIMPropertyDefinition* x, Boolean withQualifiers, Boolean withClassOrigin)
 {
     const Boolean noQualifiers = !withQualifiers && x->qualifiers.size() != 0;
     const Boolean noClassOrigin = !withClassOrigin && !x->classOrigin.isNull();

@@ -7,8 +7,9 @@
 PEGASUS_NAMESPACE_BEGIN
 
 // The allocation: this header, then room for the representations. live
-// counts the representations not yet released, plus one while the maker
-// holds the block.
+// counts the representations not yet released and the slots not yet used,
+// plus one while the maker holds the block: the maker takes every slot at
+// once and gives back the ones it did not fill when it is done.
 struct CIMPropertyBlockStorage
 {
     std::atomic<Uint32> live;
@@ -27,9 +28,9 @@ struct CIMPropertyBlockStorage
         return reinterpret_cast<CIMPropertyRep*>(base + i * sizeof(CIMPropertyRep));
     }
 
-    void drop()
+    void drop(Uint32 n)
     {
-        if (live.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        if (live.fetch_sub(n, std::memory_order_acq_rel) == n)
         {
             this->~CIMPropertyBlockStorage();
             ::operator delete(this);
@@ -62,7 +63,7 @@ CIMPropertyBlock::CIMPropertyBlock(Uint32 capacity)
 CIMPropertyBlock::~CIMPropertyBlock()
 {
     if (_storage)
-        _storage->drop();
+        _storage->drop(1 + _storage->capacity - _storage->used);
 }
 
 CIMPropertyRep* CIMPropertyBlock::copy(const CIMPropertyRep& x,
@@ -76,11 +77,11 @@ CIMPropertyRep* CIMPropertyBlock::copy(const CIMPropertyRep& x,
         void* p = ::operator new(CIMPropertyBlockStorage::slotsOffset() +
             size_t(capacity) * sizeof(CIMPropertyRep));
         CIMPropertyBlockStorage* storage = new (p) CIMPropertyBlockStorage;
-        storage->live.store(1, std::memory_order_relaxed);
+        storage->live.store(1 + capacity, std::memory_order_relaxed);
         storage->capacity = capacity;
         storage->used = 0;
         if (_storage)
-            _storage->drop();
+            _storage->drop(1);
         _storage = storage;
         _remaining -= capacity;
     }
@@ -88,7 +89,6 @@ CIMPropertyRep* CIMPropertyBlock::copy(const CIMPropertyRep& x,
         CIMPropertyRep(x, withQualifiers, withClassOrigin);
     _storage->used++;
     rep->block = _storage;
-    _storage->live.fetch_add(1, std::memory_order_relaxed);
     return rep;
 }
 
@@ -96,7 +96,39 @@ void CIMPropertyBlock::release(CIMPropertyRep* rep)
 {
     CIMPropertyBlockStorage* storage = rep->block;
     rep->~CIMPropertyRep();
-    storage->drop();
+    storage->drop(1);
+}
+
+void CIMPropertyBlock::releaseAll(std::vector<CIMProperty>& properties)
+{
+    CIMPropertyBlockStorage* run = 0;
+    Uint32 ended = 0;
+    for (CIMProperty& p : properties)
+    {
+        CIMPropertyRep* rep = CIMRepAccess::rep(p);
+        // One reference means this object's handle is the only one, and no
+        // other can be made while the object goes.
+        if (rep->block && rep->refs.load(std::memory_order_acquire) == 1)
+        {
+            CIMPropertyBlockStorage* storage = rep->block;
+            rep->~CIMPropertyRep();
+            CIMRepAccess::forget(p);
+            if (storage != run)
+            {
+                if (run)
+                    run->drop(ended);
+                run = storage;
+                ended = 0;
+            }
+            ended++;
+        }
+        else
+        {
+            rep->ownerCount.fetch_sub(1, std::memory_order_relaxed);
+        }
+    }
+    if (run)
+        run->drop(ended);
 }
 
 PEGASUS_NAMESPACE_END

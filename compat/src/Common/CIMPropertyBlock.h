@@ -33,6 +33,13 @@ public:
     // frees the block after its last one.
     static void release(CIMPropertyRep* rep);
 
+    // Lets go of the properties of an object being destroyed. Those made in
+    // a block that no handle outside the object holds are destroyed here,
+    // their blocks counted down once for each run of them rather than once
+    // each, and their handles emptied; the others are only marked as having
+    // one owner less (their handles still hold them).
+    static void releaseAll(std::vector<CIMProperty>& properties);
+
 private:
     CIMPropertyBlock(const CIMPropertyBlock&) = delete;
     CIMPropertyBlock& operator=(const CIMPropertyBlock&) = delete;

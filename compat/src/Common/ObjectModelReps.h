@@ -102,6 +102,14 @@ struct CIMRepAccess
     {
         return adopt<H>(repRef(rep));
     }
+
+    // Empties a handle without touching its representation, which the
+    // caller has already done away with.
+    template<class H>
+    static void forget(H& handle)
+    {
+        handle._rep = 0;
+    }
 };
 
 // Assigns a representation to a handle's pointer, keeping counts right even
@@ -201,7 +209,15 @@ public:
     // qualifiers has been given out (changing the qualifier through it must
     // not change the copies).
     static CIMPropertyDefinition* share(CIMPropertyDefinition* x,
-        Boolean withQualifiers, Boolean withClassOrigin);
+        Boolean withQualifiers, Boolean withClassOrigin)
+    {
+        if (withQualifiers && withClassOrigin &&
+            !x->exposed.load(std::memory_order_acquire))
+        {
+            return repRef(x);
+        }
+        return shareLeavingOut(x, withQualifiers, withClassOrigin);
+    }
 
     // Called before a change in place: forgets the copies kept by share(),
     // made from what is about to change.
@@ -223,6 +239,9 @@ public:
     Boolean identical(const CIMPropertyDefinition* x) const;
 
 private:
+    static CIMPropertyDefinition* shareLeavingOut(CIMPropertyDefinition* x,
+        Boolean withQualifiers, Boolean withClassOrigin);
+
     // The copies share() made: without qualifiers, without class origin,
     // without either (0 until asked for).
     mutable std::atomic<CIMPropertyDefinition*> _variants[3];
