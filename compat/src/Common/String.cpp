@@ -93,6 +93,17 @@ StringRep* decodeUTF8(const char* str, Uint32 n)
     Uint16* out = rep->data;
     const Uint8* s = reinterpret_cast<const Uint8*>(str);
     Uint32 i = 0;
+    // Plain ASCII, the common text, is widened eight bytes at a time up to
+    // the first byte that is not.
+    for (; i + 8 <= n; i += 8, out += 8)
+    {
+        Uint64 word;
+        std::memcpy(&word, s + i, 8);
+        if (word & 0x8080808080808080ull)
+            break;
+        for (Uint32 k = 0; k < 8; k++)
+            out[k] = s[i + k];
+    }
     try
     {
         while (i < n)
