@@ -77,6 +77,13 @@ ConnectionStream::ConnectionStream(int sock, SSL_CTX* tls, bool local, int write
             SSL_set_accept_state(_ssl);
         }
     }
+    else
+    {
+        // Waits for the next request are slices of this length (reads of a
+        // request's bytes do not wait on the socket, see fill()).
+        timeval slice{0, STOP_CHECK_MS * 1000};
+        ::setsockopt(sock, SOL_SOCKET, SO_RCVTIMEO, &slice, sizeof(slice));
+    }
 }
 
 ConnectionStream::~ConnectionStream()
@@ -117,11 +124,20 @@ bool ConnectionStream::waitBefore(Clock::time_point deadline, short events) cons
     }
 }
 
-bool ConnectionStream::waitReadable(int timeoutMs) const
+bool ConnectionStream::receiveWithin()
 {
-    if (_ssl && SSL_pending(_ssl) > 0)
+    if (_ssl)
+        return SSL_pending(_ssl) > 0 || pollFor(_sock, POLLIN, STOP_CHECK_MS);
+    // One receive that waits under the socket's receive time-out (a slice,
+    // set when the connection starts) instead of a poll and then a receive.
+    char chunk[8192];
+    ssize_t n = ::recv(_sock, chunk, sizeof(chunk), 0);
+    if (n > 0)
+    {
+        keep(chunk, static_cast<size_t>(n));
         return true;
-    return pollFor(_sock, POLLIN, timeoutMs);
+    }
+    return n == 0 || (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR);
 }
 
 bool ConnectionStream::fill()
@@ -164,14 +180,19 @@ bool ConnectionStream::fill()
             if (n <= 0)
                 return false;
         }
-        if (_pos == _data.size())
-        {
-            _data.clear();
-            _pos = 0;
-        }
-        _data.append(chunk, static_cast<size_t>(n));
+        keep(chunk, static_cast<size_t>(n));
         return true;
     }
+}
+
+void ConnectionStream::keep(const char* bytes, size_t size)
+{
+    if (_pos == _data.size())
+    {
+        _data.clear();
+        _pos = 0;
+    }
+    _data.append(bytes, size);
 }
 
 bool ConnectionStream::stripExtensionMethod(bool& mpost)
@@ -220,12 +241,18 @@ bool ConnectionStream::is_writable() const
 
 ssize_t ConnectionStream::read(char* ptr, size_t size)
 {
-    // The HTTP parser reads the request line and headers a byte at a time.
+    // The HTTP parser reads the request line and headers a byte at a time:
+    // a buffered byte is taken without setting up for the general case.
     if (size == 1 && _pos < _data.size())
     {
         *ptr = _data[_pos++];
         return 1;
     }
+    return readMore(ptr, size);
+}
+
+ssize_t ConnectionStream::readMore(char* ptr, size_t size)
+{
     if (buffered() == 0 && !fill())
         return -1;
     size_t n = std::min(size, buffered());

@@ -44,7 +44,7 @@ public:
     {
         while (!stopped())
         {
-            if (buffered() > 0 || waitReadable(100))
+            if (buffered() > 0 || receiveWithin())
                 return true;
             if (Clock::now() >= deadline)
                 return false;
@@ -79,11 +79,18 @@ public:
 
 private:
     size_t buffered() const { return _data.size() - _pos; }
-    bool waitReadable(int timeoutMs) const;
+    // Waits a short slice for bytes from the peer, keeping what arrives;
+    // true when some did or the connection ended or failed (the
+    // next read tells which).
+    bool receiveWithin();
     // Polls for events until the deadline, in short slices while the server
     // may stop; false on time-out or stop.
     bool waitBefore(Clock::time_point deadline, short events) const;
     bool fill();  // reads more bytes before the deadline
+    void keep(const char* bytes, size_t size);  // bytes received, to be read
+    // read() beyond one buffered byte; kept out of line so that the
+    // one-byte path stays a leaf.
+    __attribute__((noinline)) ssize_t readMore(char* ptr, size_t size);
     // Sends from the pieces given, waiting up to the write time-out for
     // room; the bytes sent, or -1.
     ssize_t sendPieces(iovec* pieces, int count);
