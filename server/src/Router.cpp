@@ -401,6 +401,10 @@ void Router::checkNamespace(const CIMNamespaceName& nameSpace) const
 
 void Router::checkClass(const CIMNamespaceName& nameSpace, const CIMName& className) const
 {
+    // One look-up when both are there; the checks below tell what is not.
+    if (!nameSpace.isNull() && !className.isNull() &&
+        _repository.classExists(nameSpace, className))
+        return;
     checkNamespace(nameSpace);
     if (className.isNull() || !_repository.classExists(nameSpace, className))
         throw CIMException(CIM_ERR_INVALID_CLASS, className.getString());

@@ -3,7 +3,8 @@
 
 #include <cstring>
 #include <exception>
-#include <map>
+#include <utility>
+#include <vector>
 #include <strings.h>
 
 #include <CimXml/XmlWriter.h>
@@ -231,22 +232,24 @@ public:
             const char* n = attr(p, "NAME");
             if (!n)
                 invalidParameter("IPARAMVALUE without NAME");
-            std::string key = lower(n);
             bool known = false;
             for (const char* const* a = allowed; *a && !known; a++)
-                known = key == lower(*a);
+                known = strcasecmp(n, *a) == 0;
             if (!known)
                 invalidParameter(std::string("unknown parameter ") + n);
-            if (!_params.insert(std::make_pair(key, p)).second)
+            if (get(n))
                 invalidParameter(std::string("duplicate parameter ") + n);
+            _params.emplace_back(n, p);
         }
     }
 
     // The IPARAMVALUE, or an empty node when absent.
     pugi::xml_node get(const char* name) const
     {
-        auto it = _params.find(lower(name));
-        return it == _params.end() ? pugi::xml_node() : it->second;
+        for (const auto& p : _params)
+            if (strcasecmp(p.first, name) == 0)
+                return p.second;
+        return pugi::xml_node();
     }
 
     pugi::xml_node require(const char* name) const
@@ -420,7 +423,7 @@ private:
         }
     }
 
-    std::map<std::string, pugi::xml_node> _params;
+    std::vector<std::pair<const char*, pugi::xml_node>> _params;  // NAME as sent, in order
 };
 
 // Fills HOST and namespace of a result path that has none.
