@@ -159,20 +159,13 @@ private:
     void _text(const char* s) { _text(s, std::strlen(s)); }
     // lead, the escaped text of s (mode as in escaping: 0 element text, 1
     // embedded XML, 2 attribute value), then trail.
-    void _escaped(const char* lead, size_t leadSize, const String& s, int mode,
-        const char* trail, size_t trailSize);
+    template <size_t L, size_t T>
+    void _escaped(const char (&lead)[L], const String& s, int mode, const char (&trail)[T]);
     void _escaped(const Char16* s, size_t n, int mode);
     void _escaped(const char* s, size_t n, int mode);
     // lead (` NAME="`), the escaped value, and the closing quote.
-    void _attr(const char* lead, size_t leadSize, const String& value)
-    {
-        _escaped(lead, leadSize, value, 2, "\"", 1);
-    }
     template <size_t N>
-    void _attr(const char (&lead)[N], const String& value)
-    {
-        _attr(lead, N - 1, value);
-    }
+    void _attr(const char (&lead)[N], const String& value);
     template <class T>
     void _valueOf(const T& x);
     template <class T>

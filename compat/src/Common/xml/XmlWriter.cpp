@@ -16,6 +16,7 @@
 #include <Pegasus/Common/CIMScope.h>
 #include <Pegasus/Common/Exception.h>
 #include "../CIMDateTimeAccess.h"
+#include "../StringRep.h"
 #include "../NumberText.h"
 
 PEGASUS_NAMESPACE_BEGIN
@@ -63,29 +64,57 @@ const char* typeName(CIMType type)
     return cimTypeToString(type);
 }
 
-// The TYPE attribute of each CIM type, as written on properties and
-// qualifiers (embedded objects travel as strings).
-Text typeAttr(CIMType type)
+// An attribute text padded to a fixed size, so that it is copied with a
+// copy of fixed size (the writer asks room for the whole slot).
+struct Slot
 {
-    static const Text attrs[] = {
-        text(" TYPE=\"boolean\""), text(" TYPE=\"uint8\""), text(" TYPE=\"sint8\""),
-        text(" TYPE=\"uint16\""), text(" TYPE=\"sint16\""), text(" TYPE=\"uint32\""),
-        text(" TYPE=\"sint32\""), text(" TYPE=\"uint64\""), text(" TYPE=\"sint64\""),
-        text(" TYPE=\"real32\""), text(" TYPE=\"real64\""), text(" TYPE=\"char16\""),
-        text(" TYPE=\"string\""), text(" TYPE=\"datetime\""), text(" TYPE=\"reference\""),
-        text(" TYPE=\"string\""), text(" TYPE=\"string\""),
-    };
-    Uint32 i = Uint32(type);
-    return i < sizeof(attrs) / sizeof(attrs[0]) ? attrs[i] : text(" TYPE=\"unknown\"");
+    char s[32];
+    size_t n;
+};
+
+template <size_t N>
+constexpr Slot slot(const char (&text)[N])
+{
+    static_assert(N <= sizeof(Slot::s), "attribute text fits its slot");
+    Slot x = {};
+    for (size_t i = 0; i + 1 < N; i++)
+        x.s[i] = text[i];
+    x.n = N - 1;
+    return x;
 }
 
-Text embeddedAttr(CIMType type)
+inline char* put(char* d, const Slot& slot)
 {
-    if (type == CIMTYPE_INSTANCE)
-        return text(" EmbeddedObject=\"instance\"");
-    if (type == CIMTYPE_OBJECT)
-        return text(" EmbeddedObject=\"object\"");
-    return Text{"", 0};
+    std::memcpy(d, slot.s, sizeof(slot.s));
+    return d + slot.n;
+}
+
+// The TYPE attribute of each CIM type, as written on properties and
+// qualifiers (embedded objects travel as strings); the last one for a type
+// out of range.
+constexpr Slot TYPE_ATTRS[] = {
+    slot(" TYPE=\"boolean\""), slot(" TYPE=\"uint8\""), slot(" TYPE=\"sint8\""),
+    slot(" TYPE=\"uint16\""), slot(" TYPE=\"sint16\""), slot(" TYPE=\"uint32\""),
+    slot(" TYPE=\"sint32\""), slot(" TYPE=\"uint64\""), slot(" TYPE=\"sint64\""),
+    slot(" TYPE=\"real32\""), slot(" TYPE=\"real64\""), slot(" TYPE=\"char16\""),
+    slot(" TYPE=\"string\""), slot(" TYPE=\"datetime\""), slot(" TYPE=\"reference\""),
+    slot(" TYPE=\"string\""), slot(" TYPE=\"string\""), slot(" TYPE=\"unknown\""),
+};
+
+inline const Slot& typeAttr(CIMType type)
+{
+    const Uint32 last = sizeof(TYPE_ATTRS) / sizeof(TYPE_ATTRS[0]) - 1;
+    return TYPE_ATTRS[Uint32(type) < last ? Uint32(type) : last];
+}
+
+constexpr Slot EMBEDDED_ATTRS[] = {
+    slot(""), slot(" EmbeddedObject=\"instance\""), slot(" EmbeddedObject=\"object\""),
+};
+
+// The EmbeddedObject attribute of a type; empty for the other types.
+inline const Slot& embeddedAttr(CIMType type)
+{
+    return EMBEDDED_ATTRS[type == CIMTYPE_INSTANCE ? 1 : type == CIMTYPE_OBJECT ? 2 : 0];
 }
 
 Text valueTypeAttr(CIMKeyBinding::Type type)
@@ -371,23 +400,31 @@ void XmlWriter::_escaped(const char* s, size_t n, int mode)
     }
 }
 
-void XmlWriter::_escaped(const char* lead, size_t leadSize, const String& s, int mode,
-    const char* trail, size_t trailSize)
+template <size_t L, size_t T>
+void XmlWriter::_escaped(const char (&lead)[L], const String& s, int mode,
+    const char (&trail)[T])
 {
-    size_t n = s.size();
+    const StringRep* rep = StringRep::of(s);
+    size_t n = rep->size;
     if (n > ESCAPE_BLOCK)
     {
-        _text(lead, leadSize);
-        _escaped(s.getChar16Data(), n, mode);
-        _text(trail, trailSize);
+        _text(lead, L - 1);
+        _escaped(reinterpret_cast<const Char16*>(rep->data), n, mode);
+        _text(trail, T - 1);
         return;
     }
     // One room check for the whole piece.
-    char* d = _room(leadSize + n * ESCAPED_MAX + trailSize);
-    std::memcpy(d, lead, leadSize);
-    d = escapeUnits(d + leadSize, unitsOf(s.getChar16Data()), n, mode);
-    std::memcpy(d, trail, trailSize);
-    _p = d + trailSize;
+    char* d = _room(L - 1 + n * ESCAPED_MAX + T - 1);
+    std::memcpy(d, lead, L - 1);
+    d = escapeUnits(d + L - 1, rep->data, n, mode);
+    std::memcpy(d, trail, T - 1);
+    _p = d + T - 1;
+}
+
+template <size_t N>
+void XmlWriter::_attr(const char (&lead)[N], const String& value)
+{
+    _escaped(lead, value, 2, "\"");
 }
 
 std::string XmlWriter::toUtf8(const String& s)
@@ -521,7 +558,7 @@ void XmlWriter::_valueOf(const Char16& x)
 template <>
 void XmlWriter::_valueOf(const String& x)
 {
-    _escaped("<VALUE>", 7, x, 0, "</VALUE>", 8);
+    _escaped("<VALUE>", x, 0, "</VALUE>");
 }
 
 template <>
@@ -695,7 +732,7 @@ void XmlWriter::appendValueReference(const CIMObjectPath& reference)
 void XmlWriter::appendClassName(const CIMName& className)
 {
     Scope scope(*this);
-    _escaped("<CLASSNAME NAME=\"", 17, className.getString(), 2, "\"/>", 3);
+    _escaped("<CLASSNAME NAME=\"", className.getString(), 2, "\"/>");
 }
 
 void XmlWriter::appendLocalNamespacePath(const CIMNamespaceName& nameSpace)
@@ -726,7 +763,7 @@ void XmlWriter::appendNamespacePath(const String& host,
     const CIMNamespaceName& nameSpace)
 {
     Scope scope(*this);
-    _escaped("<NAMESPACEPATH>\n<HOST>", 22, host, 0, "</HOST>\n", 8);
+    _escaped("<NAMESPACEPATH>\n<HOST>", host, 0, "</HOST>\n");
     appendLocalNamespacePath(nameSpace);
     _lit("</NAMESPACEPATH>\n");
 }
@@ -754,7 +791,7 @@ void XmlWriter::appendKeyBinding(const CIMKeyBinding& kb)
     Scope scope(*this);
     if (kb.getType() == CIMKeyBinding::REFERENCE)
     {
-        _escaped("<KEYBINDING NAME=\"", 18, kb.getName().getString(), 2, "\">\n", 3);
+        _escaped("<KEYBINDING NAME=\"", kb.getName().getString(), 2, "\">\n");
         appendValueReference(CIMObjectPath(kb.getValue()));
         _lit("</KEYBINDING>\n");
         return;
@@ -765,7 +802,7 @@ void XmlWriter::appendKeyBinding(const CIMKeyBinding& kb)
     char* d = _room(1 + keyValue.n);
     *d++ = '>';
     _p = put(d, keyValue);
-    _escaped("", 0, kb.getValue(), 0, "</KEYVALUE></KEYBINDING>\n", 25);
+    _escaped("", kb.getValue(), 0, "</KEYVALUE></KEYBINDING>\n");
 }
 
 void XmlWriter::appendInstanceName(const CIMObjectPath& path)
@@ -774,12 +811,10 @@ void XmlWriter::appendInstanceName(const CIMObjectPath& path)
     const Array<CIMKeyBinding>& keys = path.getKeyBindings();
     if (keys.size() == 0)
     {
-        _escaped("<INSTANCENAME CLASSNAME=\"", 25, path.getClassName().getString(), 2,
-            "\"/>\n", 4);
+        _escaped("<INSTANCENAME CLASSNAME=\"", path.getClassName().getString(), 2, "\"/>\n");
         return;
     }
-    _escaped("<INSTANCENAME CLASSNAME=\"", 25, path.getClassName().getString(), 2,
-        "\">\n", 3);
+    _escaped("<INSTANCENAME CLASSNAME=\"", path.getClassName().getString(), 2, "\">\n");
     for (Uint32 i = 0; i < keys.size(); i++)
         appendKeyBinding(keys[i]);
     _lit("</INSTANCENAME>\n");
@@ -828,7 +863,7 @@ void XmlWriter::appendQualifier(const CIMConstQualifier& q)
 {
     Scope scope(*this);
     _attr("<QUALIFIER NAME=\"", q.getName().getString());
-    Text type = typeAttr(q.getType());
+    const Slot& type = typeAttr(q.getType());
     _text(type.s, type.n);
     if (q.getPropagated())
         _lit(" PROPAGATED=\"true\"");
@@ -842,7 +877,7 @@ void XmlWriter::appendQualifierDecl(const CIMConstQualifierDecl& d)
 {
     Scope writing(*this);
     _attr("<QUALIFIER.DECLARATION NAME=\"", d.getName().getString());
-    Text type = typeAttr(d.getType());
+    const Slot& type = typeAttr(d.getType());
     _text(type.s, type.n);
     if (d.isArray())
         _lit(" ISARRAY=\"true\"");
@@ -898,11 +933,12 @@ void XmlWriter::appendProperty(const CIMConstProperty& p)
             _attr("<PROPERTY.ARRAY NAME=\"", p.getName().getString());
         else
             _attr("<PROPERTY NAME=\"", p.getName().getString());
-        Text typeText = typeAttr(type);
-        Text kind = (!isArray || (_flags & EXTENDED)) ? embeddedAttr(type) : Text{"", 0};
-        char* d = _room(typeText.n + kind.n + 13 + NumberText::MAX_CHARS);
+        const Slot& typeText = typeAttr(type);
+        char* d = _room(2 * sizeof(Slot::s) + 13 + NumberText::MAX_CHARS);
         d = put(d, typeText);
-        d = put(d, kind);
+        if ((type == CIMTYPE_INSTANCE || type == CIMTYPE_OBJECT) &&
+            (!isArray || (_flags & EXTENDED)))
+            d = put(d, embeddedAttr(type));
         if (isArray && p.getArraySize())
         {
             d = put(d, " ARRAYSIZE=\"");
@@ -950,7 +986,7 @@ void XmlWriter::appendParameter(const CIMConstParameter& p)
     }
     else
     {
-        Text typeText = typeAttr(type);
+        const Slot& typeText = typeAttr(type);
         _text(typeText.s, typeText.n);
     }
     if (p.isArray() && p.getArraySize())
@@ -975,7 +1011,7 @@ void XmlWriter::appendMethod(const CIMConstMethod& m)
 {
     Scope scope(*this);
     _attr("<METHOD NAME=\"", m.getName().getString());
-    Text type = typeAttr(m.getType());
+    const Slot& type = typeAttr(m.getType());
     _text(type.s, type.n);
     if (!m.getClassOrigin().isNull())
         _attr(" CLASSORIGIN=\"", m.getClassOrigin().getString());
@@ -1008,7 +1044,7 @@ void XmlWriter::appendClass(const CIMConstClass& c)
 void XmlWriter::appendInstance(const CIMConstInstance& inst)
 {
     Scope scope(*this);
-    _escaped("<INSTANCE CLASSNAME=\"", 21, inst.getClassName().getString(), 2, "\">\n", 3);
+    _escaped("<INSTANCE CLASSNAME=\"", inst.getClassName().getString(), 2, "\">\n");
     bool saved = _skipQualifiers;
     _skipQualifiers = (_flags & NO_INSTANCE_QUALIFIERS) != 0;
     if (!_skipQualifiers)
@@ -1085,7 +1121,7 @@ void XmlWriter::appendParamValue(const CIMParamValue& pv)
         _text(type == CIMTYPE_REFERENCE ? "reference" : typeName(type));
         _lit("\"");
     }
-    Text kind = embeddedAttr(type);
+    const Slot& kind = embeddedAttr(type);
     _text(kind.s, kind.n);
     _lit(">");
     if (type == CIMTYPE_REFERENCE && !v.isNull())
@@ -1103,7 +1139,7 @@ void XmlWriter::appendReturnValue(const CIMValue& v)
     _lit("\"");
     if (_flags & EXTENDED)
     {
-        Text kind = embeddedAttr(type);
+        const Slot& kind = embeddedAttr(type);
         _text(kind.s, kind.n);
     }
     _lit(">");
@@ -1119,7 +1155,7 @@ void XmlWriter::appendError(Uint32 code, const String& description)
     char* d = _room(13 + NumberText::MAX_CHARS);
     d = put(d, "<ERROR CODE=\"");
     _p = NumberText::write(d, code);
-    _escaped("\" DESCRIPTION=\"", 15, description, 2, "\"/>\n", 4);
+    _escaped("\" DESCRIPTION=\"", description, 2, "\"/>\n");
 }
 
 void XmlWriter::appendError(const CIMException& e)
@@ -1135,7 +1171,7 @@ void XmlWriter::appendError(const CIMException& e)
     char* d = _room(13 + NumberText::MAX_CHARS);
     d = put(d, "<ERROR CODE=\"");
     _p = NumberText::write(d, code);
-    _escaped("\" DESCRIPTION=\"", 15, description, 2, "\">\n", 3);
+    _escaped("\" DESCRIPTION=\"", description, 2, "\">\n");
     for (Uint32 i = 0; i < e.getErrorCount(); i++)
         appendInstance(e.getError(i));
     _lit("</ERROR>\n");
