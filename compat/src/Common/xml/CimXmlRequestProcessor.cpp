@@ -22,6 +22,9 @@ namespace
 // Prefix of the M-POST extension headers we send back.
 const char* const RESPONSE_NS = "41";
 
+// Bytes reserved for the text of an answer as it starts.
+const size_t ANSWER_RESERVE = 8 * 1024;
+
 std::string lower(std::string s)
 {
     for (char& c : s)
@@ -695,8 +698,10 @@ static void executeIntrinsic(CIMOperations& target, const OperationContext& ctx,
         CIMInstance inst = target.getInstance(ctx, ns, name,
             p.boolean("LocalOnly", true), includeQualifiers,
             p.boolean("IncludeClassOrigin", false), p.propertyList());
-        XmlWriter(rv, instanceFlags(flags, includeQualifiers)).appendInstance(inst);
-        hasResult = true;
+        // Written straight into the answer: a failure replaces the whole
+        // text anyway.
+        ret.begin();
+        XmlWriter(ret.out, instanceFlags(flags, includeQualifiers)).appendInstance(inst);
     }
     else if (nameIs(op, "EnumerateInstances"))
     {
@@ -1219,6 +1224,8 @@ Uint32 CimXmlRequestProcessor::run(Call& prepared, const OperationContext& conte
     Call::Rep& c = *prepared._rep;
     const char* element = c.intrinsic ? "IMETHODRESPONSE" : "METHODRESPONSE";
     std::string text;
+    // Room for a single object's answer from the start.
+    text.reserve(ANSWER_RESERVE);
     {
         XmlWriter w(text, _flags);
         w.appendResponseStart(c.messageIdText);
