@@ -49,12 +49,18 @@ size_t BufferedAnswerBody::read(size_t offset, const char*& data, size_t max) co
     return std::min(max, _blocks[b].size() - within);
 }
 
-std::string BufferedAnswerBody::text() const
+std::string BufferedAnswerBody::take()
 {
     std::string whole;
-    whole.reserve(_size);
-    for (const std::string& b : _blocks)
-        whole += b;
+    if (_blocks.size() == 1)
+        whole.swap(_blocks[0]);
+    else
+    {
+        whole.reserve(_size);
+        for (const std::string& b : _blocks)
+            whole += b;
+    }
+    discard();
     return whole;
 }
 

@@ -28,8 +28,9 @@ public:
     // Points `data` at the bytes from `offset` on; returns how many follow
     // there in one piece (at most `max`).
     size_t read(size_t offset, const char*& data, size_t max) const;
-    // The body as one string (small answers).
-    std::string text() const;
+    // Takes the body as one string (small answers): the block itself when
+    // there is one.
+    std::string take();
 
 private:
     void keep(std::string& text);

@@ -391,7 +391,7 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
     size_t size = body->size();
     if (size < BufferedAnswerBody::BLOCK_BYTES)
     {
-        res.set_content(body->text(), contentType.c_str());
+        res.set_content(body->take(), contentType.c_str());
         return;
     }
     res.set_content_provider(size, contentType,
