@@ -100,7 +100,12 @@ void PasswordFile::writeEntries(const std::map<std::string, std::string>& entrie
 void PasswordFile::reloadIfChanged()
 {
     struct stat st;
-    if (::stat(_path.c_str(), &st) != 0)
+    reloadIfChanged(::stat(_path.c_str(), &st) == 0 ? &st : nullptr);
+}
+
+void PasswordFile::reloadIfChanged(const struct stat* status)
+{
+    if (!status)
     {
         _entries.clear();
         _verified.clear();
@@ -110,6 +115,7 @@ void PasswordFile::reloadIfChanged()
         return;
     }
     // A file put in place by a rename is another file, whatever its time.
+    const struct stat& st = *status;
     if (_loaded && st.st_dev == _device && st.st_ino == _inode &&
         st.st_mtim.tv_sec == _mtime && st.st_mtim.tv_nsec == _mtimeNsec && st.st_size == _size)
         return;
@@ -175,8 +181,12 @@ bool PasswordFile::stillAccepted(const Acceptance& acceptance)
 {
     if (acceptance.generation == 0)
         return false;
+    // The file's status is taken before the lock: connections do not wait
+    // on each other's system call.
+    struct stat st;
+    bool exists = ::stat(_path.c_str(), &st) == 0;
     std::lock_guard<std::mutex> lock(_mutex);
-    reloadIfChanged();
+    reloadIfChanged(exists ? &st : nullptr);
     return acceptance.generation == _generation &&
         std::chrono::steady_clock::now() < acceptance.expiry;
 }

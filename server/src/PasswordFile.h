@@ -14,6 +14,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <sys/stat.h>
 #include <sys/types.h>
 
 namespace cimhost
@@ -61,7 +62,10 @@ public:
     static bool validUserName(const std::string& user);
 
 private:
-    void reloadIfChanged();  // with _mutex held
+    // With _mutex held; status: the file's, taken by the caller (null when
+    // there is no file).
+    void reloadIfChanged();
+    void reloadIfChanged(const struct stat* status);
     std::map<std::string, std::string> readEntries() const;
     void writeEntries(const std::map<std::string, std::string>& entries) const;
     std::string cacheKey(const std::string& user, const std::string& password) const;
