@@ -15,8 +15,10 @@
 #include <CimXml/XmlReader.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <chrono>
+#include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <strings.h>
@@ -90,15 +92,60 @@ std::string logText(const std::string& text)
     return out;
 }
 
-// One Content-Length of digits only, and no Transfer-Encoding beside it.
-bool contentLengthOk(const httplib::Request& req)
+// The header fields the check looks at, found in one pass over the request's
+// fields (names compared as the field map compares them).
+struct CheckedFields
 {
-    size_t lengths = req.headers.count("Content-Length");
-    if (lengths == 0)
+    explicit CheckedFields(const httplib::Headers& headers)
+    {
+        for (const auto& h : headers)
+        {
+            const std::string& name = h.first;
+            if (sameName(name, "Host"))
+                hosts++;
+            else if (sameName(name, "Content-Length"))
+            {
+                if (contentLengths++ == 0)
+                    contentLength = &h.second;
+            }
+            else if (sameName(name, "Transfer-Encoding"))
+                transferEncodings++;
+            else if (sameName(name, "Authorization"))
+            {
+                if (authorizations++ == 0)
+                    authorization = &h.second;
+            }
+        }
+    }
+
+    static bool sameName(const std::string& name, const char* wanted)
+    {
+        size_t n = std::strlen(wanted);
+        if (name.size() != n)
+            return false;
+        for (size_t i = 0; i < n; i++)
+            if (std::tolower(static_cast<unsigned char>(name[i])) !=
+                std::tolower(static_cast<unsigned char>(wanted[i])))
+                return false;
         return true;
-    if (lengths > 1 || req.has_header("Transfer-Encoding"))
+    }
+
+    size_t hosts = 0;
+    size_t contentLengths = 0;
+    size_t transferEncodings = 0;
+    size_t authorizations = 0;
+    const std::string* contentLength = nullptr;  // the first
+    const std::string* authorization = nullptr;  // the first
+};
+
+// One Content-Length of digits only, and no Transfer-Encoding beside it.
+bool contentLengthOk(const CheckedFields& fields)
+{
+    if (fields.contentLengths == 0)
+        return true;
+    if (fields.contentLengths > 1 || fields.transferEncodings > 0)
         return false;
-    const std::string& value = req.headers.find("Content-Length")->second;
+    const std::string& value = *fields.contentLength;
     if (value.empty() || value.size() > 18)
         return false;
     for (char c : value)
@@ -223,15 +270,16 @@ bool HttpFrontEnd::checkHeaders(const httplib::Request& req, httplib::Response& 
         _logger.warning(ip + " " + logText(method) + " " + logText(req.path) + " -> 501");
         return true;
     }
+    CheckedFields fields(req.headers);
     // Request line and Host come before authentication.
-    if ((req.version == "HTTP/1.1" && !req.has_header("Host")) ||
+    if ((req.version == "HTTP/1.1" && fields.hosts == 0) ||
         (method == "M-POST" && req.version != "HTTP/1.1"))
     {
         refuse(res, 400);
         _logger.warning(ip + " " + method + " " + logText(req.version) + " without Host -> 400");
         return true;
     }
-    if (!contentLengthOk(req))
+    if (!contentLengthOk(fields))
     {
         refuse(res, 400);
         _logger.warning(ip + " " + method + " with conflicting Content-Length -> 400");
@@ -248,14 +296,12 @@ bool HttpFrontEnd::checkHeaders(const httplib::Request& req, httplib::Response& 
     }
     else
     {
-        auto authorization = req.headers.find("Authorization");
-        if (authorization != req.headers.end() && req.headers.count("Authorization") != 1)
-            authorization = req.headers.end();
+        const std::string* authorization =
+            fields.authorizations == 1 ? fields.authorization : nullptr;
         // The credentials this connection sent last time need no new check
         // while the password file says they still hold.
-        if (authorization != req.headers.end() && _passwords &&
-            !conn->acceptedAuthorization.empty() &&
-            authorization->second == conn->acceptedAuthorization &&
+        if (authorization && _passwords && !conn->acceptedAuthorization.empty() &&
+            *authorization == conn->acceptedAuthorization &&
             _passwords->stillAccepted(conn->acceptance))
         {
             authenticated = true;
@@ -263,8 +309,7 @@ bool HttpFrontEnd::checkHeaders(const httplib::Request& req, httplib::Response& 
         }
         std::string password;
         PasswordFile::Acceptance acceptance;
-        if (!authenticated && authorization != req.headers.end() &&
-            decodeBasic(authorization->second, user, password) &&
+        if (!authenticated && authorization && decodeBasic(*authorization, user, password) &&
             PasswordFile::validUserName(user) && _passwords)
         {
             conn->acceptedAuthorization.clear();
@@ -285,7 +330,7 @@ bool HttpFrontEnd::checkHeaders(const httplib::Request& req, httplib::Response& 
                 _throttle.failed(ip);
             if (authenticated && acceptance.generation != 0)
             {
-                conn->acceptedAuthorization = authorization->second;
+                conn->acceptedAuthorization = *authorization;
                 conn->acceptedUser = user;
                 conn->acceptance = acceptance;
             }
