@@ -94,7 +94,8 @@ void ProviderRegistry::appendKey(std::string& out, const String& text)
     const Char16* p = text.getChar16Data();
     Uint32 n = text.size();
     size_t start = out.size();
-    out.reserve(start + n);
+    out.resize(start + n);
+    char* d = &out[start];
     for (Uint32 i = 0; i < n; i++)
     {
         Uint16 c = p[i];
@@ -107,7 +108,7 @@ void ProviderRegistry::appendKey(std::string& out, const String& text)
             out += s;
             return;
         }
-        out += static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+        d[i] = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
     }
 }
 
