@@ -368,6 +368,8 @@ ArrayState parseState(const std::string& text, const std::string& source, std::i
 
     const json& tasks = r.array(root, "", "tasks");
     std::map<std::uint32_t, std::size_t> seen;
+    // Exactly the room the tasks need: the list lives as long as the array.
+    st.tasks.reserve(tasks.size());
     for (std::size_t i = 0; i < tasks.size(); ++i) {
         const std::string p = "/tasks/" + std::to_string(i);
         Task t = parseTask(r, tasks[i], p);
