@@ -363,9 +363,13 @@ private:
         }
     }
 
+    // Room for needed elements and more. Most arrays of the object model
+    // hold one or two elements (a key binding, a status) and many of them
+    // are held at once, so the first room is about 32 bytes of elements; it
+    // doubles from there.
     static Uint32 _grownCapacity(Uint32 needed)
     {
-        Uint32 cap = 8;
+        Uint32 cap = sizeof(T) >= 32 ? 1 : Uint32(32 / sizeof(T));
         while (cap < needed)
             cap = cap > 0x7FFFFFFF ? needed : cap * 2;
         return cap;
