@@ -21,7 +21,7 @@ CIMObjectRep* CIMInstanceRep::cloneRep() const
 
 void CIMInstanceRep::appendOwned(CIMPropertyRep* rep)
 {
-    rep->ownerCount.store(1, std::memory_order_relaxed);
+    rep->setFirstOwner();
     properties.push_back(CIMRepAccess::adopt<CIMProperty>(rep));
 }
 
@@ -64,7 +64,7 @@ void CIMInstanceRep::instanceFilter(Boolean includeQualifiers,
             }
             else
             {
-                rep->ownerCount--;
+                rep->dropOwner();
             }
         }
         properties.resize(kept);

@@ -26,7 +26,7 @@ CIMObjectRep::CIMObjectRep(const CIMObjectRep& x)
     for (const CIMProperty& p : x.properties)
     {
         CIMPropertyRep* rep = block.copy(*CIMRepAccess::rep(p), true, true);
-        rep->ownerCount.store(1, std::memory_order_relaxed);
+        rep->setFirstOwner();
         properties.push_back(CIMRepAccess::adopt<CIMProperty>(rep));
     }
 }
@@ -81,7 +81,7 @@ void CIMObjectRep::appendProperty(const CIMProperty& p)
     if (properties.size() >= MAX_CONTAINER_ELEMENTS)
         throw TooManyElementsException();
     properties.push_back(p);
-    CIMRepAccess::rep(p)->ownerCount++;
+    CIMRepAccess::rep(p)->addOwner();
     dropIndex();
 }
 
@@ -107,7 +107,7 @@ CIMPropertyRep* CIMObjectRep::propertyAt(Uint32 index) const
 
 void CIMObjectRep::removeProperty(Uint32 index)
 {
-    propertyAt(index)->ownerCount--;
+    propertyAt(index)->dropOwner();
     properties.erase(properties.begin() + index);
     dropIndex();
 }

@@ -94,7 +94,7 @@ Boolean CIMPropertyDefinition::identical(const CIMPropertyDefinition* x) const
 CIMPropertyRep::CIMPropertyRep(const CIMName& name_, const CIMValue& value_,
     Uint32 arraySize_, const CIMName& referenceClassName_,
     const CIMName& classOrigin_, Boolean propagated_)
-    : ownerCount(0), def(0), value(value_), block(0)
+    : _place(0), def(0), value(value_)
 {
     // The checks come first: a throw from here frees only the value.
     checkName(name_);
@@ -114,10 +114,21 @@ CIMPropertyRep::CIMPropertyRep(const CIMName& name_, const CIMValue& value_,
 
 CIMPropertyRep::CIMPropertyRep(const CIMPropertyRep& x,
     Boolean withQualifiers, Boolean withClassOrigin)
-    : RefCountedRep(), ownerCount(0),
+    : RefCountedRep(), _place(0),
       def(CIMPropertyDefinition::share(x.def, withQualifiers, withClassOrigin)),
-      value(x.value), block(0)
+      value(x.value)
 {
+}
+
+void CIMPropertyRep::addOwner()
+{
+    // The count must not run into the slot; no property belongs to that many
+    // containers but by mistake.
+    if ((_place.fetch_add(1, std::memory_order_relaxed) & OWNERS) == OWNERS)
+    {
+        _place.fetch_sub(1, std::memory_order_relaxed);
+        throw TooManyElementsException();
+    }
 }
 
 CIMPropertyRep::~CIMPropertyRep()
@@ -155,7 +166,7 @@ void CIMPropertyRep::strip(Boolean withQualifiers, Boolean withClassOrigin)
 
 void repDelete(CIMPropertyRep* rep)
 {
-    if (rep->block)
+    if (rep->slot())
         CIMPropertyBlock::release(rep);
     else
         delete rep;
@@ -204,7 +215,7 @@ void CIMProperty::setName(const CIMName& name)
 {
     checkedRep(_rep);
     checkName(name);
-    if (_rep->ownerCount)
+    if (_rep->owned())
     {
         throw Exception(String(
             "Attempted to change the name of a property already in a "

@@ -28,6 +28,14 @@ struct CIMPropertyBlockStorage
         return reinterpret_cast<CIMPropertyRep*>(base + i * sizeof(CIMPropertyRep));
     }
 
+    // The block of a representation made in one.
+    static CIMPropertyBlockStorage* of(const CIMPropertyRep* rep)
+    {
+        const char* base = reinterpret_cast<const char*>(rep) -
+            (rep->slot() - 1) * sizeof(CIMPropertyRep) - slotsOffset();
+        return reinterpret_cast<CIMPropertyBlockStorage*>(const_cast<char*>(base));
+    }
+
     void drop(Uint32 n)
     {
         if (live.fetch_sub(n, std::memory_order_acq_rel) == n)
@@ -38,6 +46,8 @@ struct CIMPropertyBlockStorage
     }
 };
 
+static_assert(sizeof(CIMPropertyRep) <= 40, "a property representation takes 40 bytes");
+
 namespace
 {
 
@@ -45,12 +55,14 @@ namespace
 // caches; larger ones take its slower paths, so a block holds at most this
 // many representations and a long list takes several.
 const Uint32 MAX_BLOCK_BYTES = 1000;
+// A representation keeps its position in its block in a byte.
+const Uint32 MAX_SLOTS = 255;
 
 Uint32 slotsPerStorage()
 {
     const size_t n = (MAX_BLOCK_BYTES - CIMPropertyBlockStorage::slotsOffset()) /
         sizeof(CIMPropertyRep);
-    return n > 0 ? Uint32(n) : 1;
+    return n == 0 ? 1 : n > MAX_SLOTS ? MAX_SLOTS : Uint32(n);
 }
 
 } // namespace
@@ -88,13 +100,13 @@ CIMPropertyRep* CIMPropertyBlock::copy(const CIMPropertyRep& x,
     CIMPropertyRep* rep = new (_storage->slot(_storage->used))
         CIMPropertyRep(x, withQualifiers, withClassOrigin);
     _storage->used++;
-    rep->block = _storage;
+    rep->setSlot(_storage->used);
     return rep;
 }
 
 void CIMPropertyBlock::release(CIMPropertyRep* rep)
 {
-    CIMPropertyBlockStorage* storage = rep->block;
+    CIMPropertyBlockStorage* storage = CIMPropertyBlockStorage::of(rep);
     rep->~CIMPropertyRep();
     storage->drop(1);
 }
@@ -108,9 +120,9 @@ void CIMPropertyBlock::releaseAll(std::vector<CIMProperty>& properties)
         CIMPropertyRep* rep = CIMRepAccess::rep(p);
         // One reference means this object's handle is the only one, and no
         // other can be made while the object goes.
-        if (rep->block && rep->refs.load(std::memory_order_acquire) == 1)
+        if (rep->slot() && rep->refs.load(std::memory_order_acquire) == 1)
         {
-            CIMPropertyBlockStorage* storage = rep->block;
+            CIMPropertyBlockStorage* storage = CIMPropertyBlockStorage::of(rep);
             rep->~CIMPropertyRep();
             CIMRepAccess::forget(p);
             if (storage != run)
@@ -124,7 +136,7 @@ void CIMPropertyBlock::releaseAll(std::vector<CIMProperty>& properties)
         }
         else
         {
-            rep->ownerCount.fetch_sub(1, std::memory_order_relaxed);
+            rep->dropOwner();
         }
     }
     if (run)

@@ -249,6 +249,15 @@ private:
 
 class CIMPropertyRep : public RefCountedRep
 {
+    static const Uint32 SLOT_SHIFT = 24;
+    static const Uint32 OWNERS = (1u << SLOT_SHIFT) - 1;
+
+    // The number of owners below SLOT_SHIFT, the slot above; beside the
+    // count of references, so that the representation takes 40 bytes.
+    // Atomic because containers sharing a property may die on different
+    // threads.
+    std::atomic<Uint32> _place;
+
 public:
     CIMPropertyRep(const CIMName& name_, const CIMValue& value_,
         Uint32 arraySize_, const CIMName& referenceClassName_,
@@ -265,13 +274,27 @@ public:
     // Leaves out qualifiers and class origin (instance filtering).
     void strip(Boolean withQualifiers, Boolean withClassOrigin);
 
-    // Number of classes or instances this property belongs to. Atomic
-    // because containers sharing a property may die on different threads.
-    std::atomic<Uint32> ownerCount;
+    // The owners: classes or instances this property belongs to.
+    Boolean owned() const
+    {
+        return (_place.load(std::memory_order_relaxed) & OWNERS) != 0;
+    }
+    void addOwner();
+    void dropOwner() { _place.fetch_sub(1, std::memory_order_relaxed); }
+    // The first owner of a representation no other thread has seen yet.
+    void setFirstOwner()
+    {
+        _place.store(_place.load(std::memory_order_relaxed) + 1,
+            std::memory_order_relaxed);
+    }
+
+    // The position of this representation in its block (CIMPropertyBlock)
+    // counted from one; 0 when made on its own.
+    Uint32 slot() const { return _place.load(std::memory_order_relaxed) >> SLOT_SHIFT; }
+    void setSlot(Uint32 slot) { _place.store(slot << SLOT_SHIFT, std::memory_order_relaxed); }
+
     CIMPropertyDefinition* def;
     CIMValue value;
-    // The block this representation was made in, 0 if made on its own.
-    CIMPropertyBlockStorage* block;
 
     Boolean identical(const CIMPropertyRep* x) const;
 };

@@ -352,6 +352,21 @@ TEST(BuildInstance, CopiesFollowEarlierHandlesAndLaterChanges)
     EXPECT_TRUE(inst.identical(jobClass().buildInstance(true, true, CIMPropertyList())));
     EXPECT_FALSE(cached.hasKeys());
 
+    // A built property is renamed only once out of its instance, and then
+    // alone; it outlives the instance.
+    CIMProperty taken;
+    {
+        CIMInstance built = clone.buildInstance(true, true, CIMPropertyList());
+        taken = built.getProperty(1);
+        EXPECT_THROW(taken.setName("Renamed"), Exception);
+        built.removeProperty(1);
+        taken.setName("Renamed");
+        EXPECT_EQ(1u, built.findProperty("DeleteOnCompletion"));
+    }
+    EXPECT_EQ(String("Renamed"), taken.getName().getString());
+    EXPECT_EQ(String("Name"), clone.getProperty(1).getName().getString());
+    EXPECT_EQ(1u, taken.getQualifierCount());
+
     // Instances built after a change to the class show it, however many
     // were built (and gone) before, with or without qualifiers and origin.
     for (int round = 0; round < 2; round++)
