@@ -166,6 +166,15 @@ void formatBody(Uint64 usec, bool interval, Uint16 numWildcards, char* out)
     out[21] = 0;
 }
 
+// The number written in the len digits at s + start (checked to be digits).
+inline Uint32 digitsAt(const char* s, int start, int len)
+{
+    Uint32 v = 0;
+    for (int i = start; i < start + len; i++)
+        v = v * 10 + Uint32(s[i] - '0');
+    return v;
+}
+
 void throwOutOfRange(const char* detail)
 {
     throw DateTimeOutOfRangeException(String(detail));
@@ -331,16 +340,6 @@ void CIMDateTime::set(const String& str)
         throw InvalidDateTimeFormatException();
     bool interval = sign == ':';
 
-    Uint32 offset = 0;
-    for (int i = 22; i < 25; i++)
-    {
-        if (s[i] < '0' || s[i] > '9')
-            throw InvalidDateTimeFormatException();
-        offset = offset * 10 + Uint32(s[i] - '0');
-    }
-    if (interval && offset != 0)
-        throw InvalidDateTimeFormatException();
-
     // The fields before the dot, as (start, length).
     static const int tsFields[][2] = { {0, 4}, {4, 2}, {6, 2}, {8, 2}, {10, 2}, {12, 2} };
     static const int ivFields[][2] = { {0, 8}, {8, 2}, {10, 2}, {12, 2} };
@@ -350,7 +349,35 @@ void CIMDateTime::set(const String& str)
     Uint32 values[6] = { 0, 0, 0, 0, 0, 0 };
     bool wild[6] = { false, false, false, false, false, false };
     bool wildcardSeen = false;
-    for (int k = 0; k < numFields; k++)
+    Uint32 offset = 0;
+    Uint32 usec = 0;
+    Uint16 usecStars = 0;
+
+    // Most texts have a digit in every position but the dot and the sign:
+    // their numbers are read straight, without looking for wildcards.
+    bool plain = true;
+    for (int i = 0; i < 25 && plain; i++)
+        plain = i == 14 || i == 21 || (s[i] >= '0' && s[i] <= '9');
+    if (plain)
+    {
+        for (int k = 0; k < numFields; k++)
+            values[k] = digitsAt(s, fields[k][0], fields[k][1]);
+        usec = digitsAt(s, 15, 6);
+        offset = digitsAt(s, 22, 3);
+        if (interval && offset != 0)
+            throw InvalidDateTimeFormatException();
+    }
+
+    for (int i = 22; i < 25 && !plain; i++)
+    {
+        if (s[i] < '0' || s[i] > '9')
+            throw InvalidDateTimeFormatException();
+        offset = offset * 10 + Uint32(s[i] - '0');
+    }
+    if (!plain && interval && offset != 0)
+        throw InvalidDateTimeFormatException();
+
+    for (int k = 0; k < numFields && !plain; k++)
     {
         int start = fields[k][0], len = fields[k][1];
         int digits = 0, stars = 0;
@@ -378,9 +405,7 @@ void CIMDateTime::set(const String& str)
     }
 
     // Microseconds: digits, then optionally '*' to the end.
-    Uint32 usec = 0;
-    Uint16 usecStars = 0;
-    for (int i = 15; i < 21; i++)
+    for (int i = 15; i < 21 && !plain; i++)
     {
         if (s[i] >= '0' && s[i] <= '9')
         {
