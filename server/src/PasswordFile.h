@@ -4,8 +4,9 @@
 // (keyed by an HMAC with a per-process secret, never the password itself)
 // or until the file changes, so that repeated requests do not pay for the
 // hash every time; a connection can keep what a check gave it and ask
-// whether it still holds, which needs no hash at all. An unknown or disabled user costs the same hash as a
-// wrong password, so the time of an answer does not tell which users exist.
+// whether it still holds, which needs no hash at all. An unknown or disabled
+// user costs the same hash as a wrong password, so the time of an answer
+// does not tell which users exist.
 #ifndef CIMHOST_PASSWORD_FILE_H
 #define CIMHOST_PASSWORD_FILE_H
 
