@@ -166,6 +166,9 @@ private:
     // lead (` NAME="`), the escaped value, and the closing quote.
     template <size_t N>
     void _attr(const char (&lead)[N], const String& value);
+    // PROPERTY, PROPERTY.ARRAY or PROPERTY.REFERENCE of a property handle.
+    template <class P>
+    void _property(const P& property);
     template <class T>
     void _valueOf(const T& x);
     template <class T>

@@ -18,6 +18,7 @@
 #include "../CIMDateTimeAccess.h"
 #include "../StringRep.h"
 #include "../NumberText.h"
+#include "../ObjectModelReps.h"
 
 PEGASUS_NAMESPACE_BEGIN
 
@@ -918,6 +919,12 @@ void XmlWriter::appendQualifierDecl(const CIMConstQualifierDecl& d)
 void XmlWriter::appendProperty(const CIMConstProperty& p)
 {
     Scope scope(*this);
+    _property(p);
+}
+
+template <class P>
+void XmlWriter::_property(const P& p)
+{
     const CIMValue& v = p.getValue();
     CIMType type = p.getType();
     bool isArray = p.isArray();
@@ -1052,8 +1059,9 @@ void XmlWriter::appendInstance(const CIMConstInstance& inst)
         for (Uint32 i = 0; i < inst.getQualifierCount(); i++)
             appendQualifier(inst.getQualifier(i));
     }
-    for (Uint32 i = 0; i < inst.getPropertyCount(); i++)
-        appendProperty(inst.getProperty(i));
+    // The instance's own handles, read in place: no handle is copied.
+    for (const CIMProperty& p : checkedRep(CIMRepAccess::rep(inst))->properties)
+        _property(p);
     _skipQualifiers = saved;
     _lit("</INSTANCE>\n");
 }
