@@ -166,12 +166,18 @@ void formatBody(Uint64 usec, bool interval, Uint16 numWildcards, char* out)
     out[21] = 0;
 }
 
-// The number written in the len digits at s + start (checked to be digits).
+// The numbers written in the digits at s + start (checked to be digits);
+// len is even.
+inline Uint32 twoDigitsAt(const char* s, int start)
+{
+    return Uint32(s[start] - '0') * 10 + Uint32(s[start + 1] - '0');
+}
+
 inline Uint32 digitsAt(const char* s, int start, int len)
 {
     Uint32 v = 0;
-    for (int i = start; i < start + len; i++)
-        v = v * 10 + Uint32(s[i] - '0');
+    for (int i = start; i < start + len; i += 2)
+        v = v * 100 + twoDigitsAt(s, i);
     return v;
 }
 
@@ -322,14 +328,18 @@ void CIMDateTime::set(const String& str)
     if (str.size() != 25)
         throw InvalidDateTimeFormatException();
 
+    // The text as bytes, noting which positions hold something other than
+    // a digit.
     char s[26];
-    const Char16* p = str.getChar16Data();
+    const Uint16* p = reinterpret_cast<const Uint16*>(str.getChar16Data());
+    Uint32 notDigits = 0;
     for (Uint32 i = 0; i < 25; i++)
     {
         Uint16 c = p[i];
         if (c > 0x7F)
             throw InvalidDateTimeFormatException();
         s[i] = char(c);
+        notDigits |= Uint32(Uint16(c - '0') > 9) << i;
     }
     s[25] = 0;
 
@@ -355,53 +365,67 @@ void CIMDateTime::set(const String& str)
 
     // Most texts have a digit in every position but the dot and the sign:
     // their numbers are read straight, without looking for wildcards.
-    bool plain = true;
-    for (int i = 0; i < 25 && plain; i++)
-        plain = i == 14 || i == 21 || (s[i] >= '0' && s[i] <= '9');
+    const bool plain = (notDigits & ~((1u << 14) | (1u << 21))) == 0;
     if (plain)
     {
-        for (int k = 0; k < numFields; k++)
-            values[k] = digitsAt(s, fields[k][0], fields[k][1]);
+        if (interval)
+        {
+            values[0] = digitsAt(s, 0, 8);
+            values[1] = twoDigitsAt(s, 8);
+            values[2] = twoDigitsAt(s, 10);
+            values[3] = twoDigitsAt(s, 12);
+        }
+        else
+        {
+            values[0] = digitsAt(s, 0, 4);
+            values[1] = twoDigitsAt(s, 4);
+            values[2] = twoDigitsAt(s, 6);
+            values[3] = twoDigitsAt(s, 8);
+            values[4] = twoDigitsAt(s, 10);
+            values[5] = twoDigitsAt(s, 12);
+        }
         usec = digitsAt(s, 15, 6);
-        offset = digitsAt(s, 22, 3);
+        offset = Uint32(s[22] - '0') * 100 + twoDigitsAt(s, 23);
         if (interval && offset != 0)
             throw InvalidDateTimeFormatException();
     }
-
-    for (int i = 22; i < 25 && !plain; i++)
+    else
     {
-        if (s[i] < '0' || s[i] > '9')
-            throw InvalidDateTimeFormatException();
-        offset = offset * 10 + Uint32(s[i] - '0');
-    }
-    if (!plain && interval && offset != 0)
-        throw InvalidDateTimeFormatException();
-
-    for (int k = 0; k < numFields && !plain; k++)
-    {
-        int start = fields[k][0], len = fields[k][1];
-        int digits = 0, stars = 0;
-        Uint32 v = 0;
-        for (int i = start; i < start + len; i++)
+        for (int i = 22; i < 25; i++)
         {
-            if (s[i] >= '0' && s[i] <= '9')
-            {
-                digits++;
-                v = v * 10 + Uint32(s[i] - '0');
-            }
-            else if (s[i] == '*')
-                stars++;
-            else
+            if (s[i] < '0' || s[i] > '9')
                 throw InvalidDateTimeFormatException();
+            offset = offset * 10 + Uint32(s[i] - '0');
         }
-        if (stars == len)
-        {
-            wild[k] = true;
-            wildcardSeen = true;
-        }
-        else if (digits != len || wildcardSeen)
+        if (interval && offset != 0)
             throw InvalidDateTimeFormatException();
-        values[k] = v;
+
+        for (int k = 0; k < numFields; k++)
+        {
+            int start = fields[k][0], len = fields[k][1];
+            int digits = 0, stars = 0;
+            Uint32 v = 0;
+            for (int i = start; i < start + len; i++)
+            {
+                if (s[i] >= '0' && s[i] <= '9')
+                {
+                    digits++;
+                    v = v * 10 + Uint32(s[i] - '0');
+                }
+                else if (s[i] == '*')
+                    stars++;
+                else
+                    throw InvalidDateTimeFormatException();
+            }
+            if (stars == len)
+            {
+                wild[k] = true;
+                wildcardSeen = true;
+            }
+            else if (digits != len || wildcardSeen)
+                throw InvalidDateTimeFormatException();
+            values[k] = v;
+        }
     }
 
     // Microseconds: digits, then optionally '*' to the end.
