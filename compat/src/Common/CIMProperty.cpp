@@ -13,7 +13,7 @@ CIMPropertyDefinition::CIMPropertyDefinition(const CIMName& name_,
     const CIMName& classOrigin_, Boolean propagated_)
     : name(name_), hash(0), arraySize(arraySize_),
       referenceClassName(referenceClassName_), classOrigin(classOrigin_),
-      propagated(propagated_), exposed(false), _variants{}
+      propagated(propagated_), _variants{}
 {
     checkName(name);
     hash = nameHash(name);
@@ -24,7 +24,7 @@ CIMPropertyDefinition::CIMPropertyDefinition(const CIMPropertyDefinition& x,
     : RefCountedRep(), name(x.name), hash(x.hash), arraySize(x.arraySize),
       referenceClassName(x.referenceClassName),
       classOrigin(withClassOrigin ? x.classOrigin : CIMName()),
-      propagated(x.propagated), exposed(false), _variants{}
+      propagated(x.propagated), _variants{}
 {
     if (withQualifiers)
         qualifiers.cloneFrom(x.qualifiers);
@@ -40,8 +40,12 @@ CIMPropertyDefinition* CIMPropertyDefinition::shareLeavingOut(
 {
     const Boolean noQualifiers = !withQualifiers && x->qualifiers.size() != 0;
     const Boolean noClassOrigin = !withClassOrigin && !x->classOrigin.isNull();
-    if (x->exposed.load(std::memory_order_acquire))
-        return new CIMPropertyDefinition(*x, !noQualifiers, !noClassOrigin);
+    // Qualifiers that a handle outside may still change are copied afresh
+    // every time; without them, nothing of x can change under the copy.
+    if (!noQualifiers && x->qualifiers.heldElsewhere())
+    {
+        return new CIMPropertyDefinition(*x, true, !noClassOrigin);
+    }
     if (!noQualifiers && !noClassOrigin)
         return repRef(x);
     std::atomic<CIMPropertyDefinition*>& slot =
@@ -68,7 +72,10 @@ CIMPropertyDefinition* CIMPropertyDefinition::shareLeavingOut(
 void CIMPropertyDefinition::forgetVariants()
 {
     for (std::atomic<CIMPropertyDefinition*>& slot : _variants)
-        repUnref(slot.exchange(0, std::memory_order_acq_rel));
+    {
+        if (slot.load(std::memory_order_acquire))
+            repUnref(slot.exchange(0, std::memory_order_acq_rel));
+    }
 }
 
 void CIMPropertyDefinition::setName(const CIMName& name_)
@@ -286,8 +293,6 @@ CIMProperty& CIMProperty::addQualifier(const CIMQualifier& x)
 {
     CIMPropertyDefinition* def = checkedRep(_rep)->ownDefinition();
     def->qualifiers.add(x);
-    // The caller keeps a handle to the qualifier it added.
-    def->exposed.store(true, std::memory_order_release);
     return *this;
 }
 
@@ -301,9 +306,8 @@ CIMQualifier CIMProperty::getQualifier(Uint32 index)
     CIMPropertyRep* rep = checkedRep(_rep);
     rep->def->qualifiers.at(index);
     // The handle may change the qualifier: it must be this property's alone.
-    CIMPropertyDefinition* def = rep->ownDefinition();
-    def->exposed.store(true, std::memory_order_release);
-    return CIMRepAccess::share<CIMQualifier>(def->qualifiers.at(index));
+    return CIMRepAccess::share<CIMQualifier>(
+        rep->ownDefinition()->qualifiers.at(index));
 }
 
 CIMConstQualifier CIMProperty::getQualifier(Uint32 index) const

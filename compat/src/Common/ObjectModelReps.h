@@ -174,6 +174,18 @@ public:
     }
     // True when the named qualifier is present with the boolean value true.
     Boolean isTrue(const CIMName& name) const;
+    // True when a handle outside this list holds one of its qualifiers (one
+    // added, or given out to be changed): copies of the list may then not
+    // share it.
+    Boolean heldElsewhere() const
+    {
+        for (const CIMQualifier& q : _items)
+        {
+            if (CIMRepAccess::rep(q)->refs.load(std::memory_order_acquire) != 1)
+                return true;
+        }
+        return false;
+    }
 
 private:
     void appendClones(const CIMQualifierList& x);
@@ -205,14 +217,13 @@ public:
     // The definition of a copy of a property defined by x, with or without
     // qualifiers and class origin; the caller owns one reference. x itself
     // when nothing is left out, a copy kept with x for the next ones when
-    // something is, and a copy of its own when a handle to one of x's
-    // qualifiers has been given out (changing the qualifier through it must
-    // not change the copies).
+    // something is, and a copy of its own when it keeps qualifiers of x and
+    // a handle to one of them has been given out (changing the qualifier
+    // through it must not change the copies) and is still held.
     static CIMPropertyDefinition* share(CIMPropertyDefinition* x,
         Boolean withQualifiers, Boolean withClassOrigin)
     {
-        if (withQualifiers && withClassOrigin &&
-            !x->exposed.load(std::memory_order_acquire))
+        if (withQualifiers && withClassOrigin && !x->qualifiers.heldElsewhere())
         {
             return repRef(x);
         }
@@ -232,8 +243,6 @@ public:
     CIMName referenceClassName;
     CIMName classOrigin;
     Boolean propagated;
-    // Set once a handle to one of the qualifiers may be held outside.
-    std::atomic<bool> exposed;
     CIMQualifierList qualifiers;
 
     Boolean identical(const CIMPropertyDefinition* x) const;
