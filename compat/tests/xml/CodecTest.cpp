@@ -213,6 +213,8 @@ TEST(CimXmlWriter, EscapingAndEncodingAtEveryPositionOfAPlainRun)
                 std::string attribute;
                 XmlWriter::appendEscaped(attribute, s, true);
                 EXPECT_EQ(before + c.attribute + after, attribute);
+                EXPECT_EQ("<VALUE>" + before + c.text + after + "</VALUE>",
+                    encodeValue(CIMValue(s)));
             }
         }
     }
