@@ -187,7 +187,7 @@ TEST(CimXmlWriter, EscapingAndEncodingAtEveryPositionOfAPlainRun)
         { { 0xDE00 }, "\xEF\xBF\xBD", "\xEF\xBF\xBD" },
     };
     // Short runs, and runs around the length written per piece.
-    const size_t lengths[] = { 1, 8, 17, 24, 4095, 4096, 4097, 8193 };
+    const size_t lengths[] = { 1, 3, 4, 5, 7, 8, 17, 24, 4095, 4096, 4097, 8193 };
     for (const Case& c : cases)
     {
         for (size_t length : lengths)

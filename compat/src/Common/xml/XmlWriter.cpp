@@ -217,9 +217,8 @@ char* escapeBytes(char* d, const char* p, size_t n, int mode)
 // a byte that is negative or zero, so that one signed test below 0x20 finds
 // it with the control characters. Returns the mask of the units that are
 // not plain ASCII.
-inline unsigned otherUnits(const Uint16* p, __m128i& bytes)
+inline unsigned otherBytes(__m128i units, __m128i& bytes)
 {
-    __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
     bytes = _mm_packus_epi16(units, units);
     __m128i other = _mm_or_si128(
         _mm_or_si128(_mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20)),
@@ -230,12 +229,39 @@ inline unsigned otherUnits(const Uint16* p, __m128i& bytes)
             _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'))));
     return unsigned(_mm_movemask_epi8(other)) & 0xFFu;
 }
+
+inline unsigned otherUnits(const Uint16* p, __m128i& bytes)
+{
+    return otherBytes(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)), bytes);
+}
+
+// The same for four units (the mask's low four bits).
+inline unsigned otherUnits4(const Uint16* p, __m128i& bytes)
+{
+    return otherBytes(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)), bytes) & 0xFu;
+}
 #endif
 
 // Escapes n UTF-16 units as UTF-8 at d (ESCAPED_MAX bytes of room per
 // unit). A lone surrogate becomes U+FFFD.
 char* escapeUnits(char* d, const Uint16* p, size_t n, int mode)
 {
+#if defined(__SSE2__)
+    // Four to seven units (most names and many values): the first four and
+    // the last four, overlapping, when all are plain.
+    if (n >= 4 && n < 8)
+    {
+        __m128i head, tail;
+        if (otherUnits4(p, head) == 0 && otherUnits4(p + n - 4, tail) == 0)
+        {
+            int first = _mm_cvtsi128_si32(head);
+            int last = _mm_cvtsi128_si32(tail);
+            std::memcpy(d, &first, 4);
+            std::memcpy(d + n - 4, &last, 4);
+            return d + n;
+        }
+    }
+#endif
     size_t i = 0;
     while (i < n)
     {
