@@ -194,7 +194,7 @@ CIMNamespaceName::CIMNamespaceName(const String& name)
 
 CIMNamespaceName::CIMNamespaceName(const char* name)
 {
-    *this = String(name);
+    *this = name;
 }
 
 CIMNamespaceName& CIMNamespaceName::operator=(const CIMNamespaceName& name)
@@ -214,6 +214,14 @@ CIMNamespaceName& CIMNamespaceName::operator=(const String& name)
 
 CIMNamespaceName& CIMNamespaceName::operator=(const char* name)
 {
+    if (name)
+    {
+        if (StringRep* rep = NameTable::internNamespace(name))
+        {
+            cimNamespaceName = StringRep::adopt(rep);
+            return *this;
+        }
+    }
     return *this = String(name);
 }
 

@@ -18,6 +18,8 @@ struct InternedName
 {
     Uint32 textHash;
     Uint32 nameHash;
+    // False for a namespace name of several segments, which is no CIM name.
+    bool isName;
     const char* bytes;
     StringRep rep;
 };
@@ -67,7 +69,24 @@ bool legalASCIIName(const char* text, size_t n)
     return n > 0;
 }
 
-InternedName* makeEntry(const char* text, Uint32 n, Uint32 hash)
+// True when text is a legal namespace name of ASCII characters: legal names
+// joined by single slashes, with none leading or trailing.
+bool legalASCIINamespace(const char* text, size_t n)
+{
+    size_t start = 0;
+    for (size_t i = 0; i <= n; i++)
+    {
+        if (i == n || text[i] == '/')
+        {
+            if (!legalASCIIName(text + start, i - start))
+                return false;
+            start = i + 1;
+        }
+    }
+    return true;
+}
+
+InternedName* makeEntry(const char* text, Uint32 n, Uint32 hash, bool isName)
 {
     size_t repSize = offsetof(StringRep, data) + (size_t(n) + 1) * sizeof(Uint16);
     void* p = ::operator new(offsetof(InternedName, rep) + repSize + n + 1);
@@ -75,6 +94,7 @@ InternedName* makeEntry(const char* text, Uint32 n, Uint32 hash)
     char* bytes = static_cast<char*>(p) + offsetof(InternedName, rep) + repSize;
     std::memcpy(bytes, text, size_t(n) + 1);
     entry->textHash = hash;
+    entry->isName = isName;
     entry->bytes = bytes;
     new (&entry->rep.refs) std::atomic<Uint32>(StringRep::INTERNED);
     entry->rep.size = n;
@@ -89,6 +109,16 @@ InternedName* makeEntry(const char* text, Uint32 n, Uint32 hash)
 } // namespace
 
 StringRep* NameTable::intern(const char* text)
+{
+    return lookup(text, false);
+}
+
+StringRep* NameTable::internNamespace(const char* text)
+{
+    return lookup(text, true);
+}
+
+StringRep* NameTable::lookup(const char* text, bool asNamespace)
 {
     const size_t n = std::strlen(text);
     if (n == 0 || n > MAX_LENGTH)
@@ -105,9 +135,10 @@ StringRep* NameTable::intern(const char* text)
             // needs no further check.
             if (!made)
             {
-                if (!legalASCIIName(text, n))
+                bool isName = legalASCIIName(text, n);
+                if (!isName && !(asNamespace && legalASCIINamespace(text, n)))
                     return 0;
-                made = makeEntry(text, Uint32(n), hash);
+                made = makeEntry(text, Uint32(n), hash, isName);
             }
             if (slots[slot].compare_exchange_strong(entry, made,
                     std::memory_order_acq_rel, std::memory_order_acquire))
@@ -121,7 +152,8 @@ StringRep* NameTable::intern(const char* text)
         {
             if (made)
                 ::operator delete(made);
-            return &entry->rep;
+            // A namespace of several segments is no CIM name.
+            return asNamespace || entry->isName ? &entry->rep : 0;
         }
         slot = (slot + 1) & (SLOT_COUNT - 1);
         probe++;

@@ -23,6 +23,9 @@ public:
     // ASCII characters that the table holds or can take; 0 otherwise (the
     // caller then makes the name the ordinary way).
     static StringRep* intern(const char* text);
+    // The same for a namespace name ("root/cimv2"): legal names of ASCII
+    // characters joined by single slashes, none leading.
+    static StringRep* internNamespace(const char* text);
 
     // The case-folded hash of an interned representation.
     static Uint32 hashOf(const StringRep* rep);
@@ -31,6 +34,9 @@ public:
     {
         return rep->refs.load(std::memory_order_relaxed) == StringRep::INTERNED;
     }
+
+private:
+    static StringRep* lookup(const char* text, bool asNamespace);
 };
 
 // The hash of a name's text that ignores ASCII case (equal names, equal

@@ -47,7 +47,21 @@ TEST(CIMNamespaceName, Rules)
         {"root//cimv2", false}, {"root/", false}, {"root/9x", false}, {"//root", false},
     };
     for (const auto& c : cases)
+    {
         EXPECT_EQ(CIMNamespaceName::legal(c.first), c.second) << c.first;
+        // Made from the same literal twice, the second time from the table
+        // of names already made.
+        for (int round = 0; round < 2; round++)
+        {
+            if (c.second)
+                EXPECT_EQ(str(CIMNamespaceName(c.first).getString()),
+                    c.first[0] == '/' ? c.first + 1 : c.first);
+            else
+                EXPECT_THROW(CIMNamespaceName x(c.first), InvalidNamespaceNameException);
+        }
+    }
+    // A namespace of several segments made from a literal is still no name.
+    EXPECT_THROW(CIMName("root/cimv2"), InvalidNameException);
 
     // A leading slash is dropped; equality ignores case.
     CIMNamespaceName ns("/root/PG_InterOp");
