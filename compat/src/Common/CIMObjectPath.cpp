@@ -275,8 +275,17 @@ bool isSystemHostName(const String& host)
 
 void checkHost(const String& host)
 {
-    if (host.size() && !validLocator(host))
+    if (!host.size())
+        return;
+    // A provider gives all its paths the same host text: the one this
+    // thread last found valid is not parsed again. Holding it keeps its
+    // representation from changing or being reused.
+    thread_local String lastValid;
+    if (StringRep::of(host) == StringRep::of(lastValid))
+        return;
+    if (!validLocator(host))
         throw MalformedObjectNameException(host + String(", reason:\"invalid hostname\""));
+    lastValid = host;
 }
 
 //
