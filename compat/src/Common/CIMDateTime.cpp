@@ -307,6 +307,26 @@ void CIMDateTime::clear()
 // Text form
 //
 
+// The offset (at most 999 minutes from text, and what a time zone has from
+// the clock) takes the low sixteen bits of rest, the sign the next eight and
+// the number of wildcards (at most 20) the top eight.
+void CIMDateTimeAccess::pack(const CIMDateTime& x, Uint64& usec, Uint32& rest)
+{
+    usec = x._usec;
+    rest = (x._utcOffset & 0xFFFFu) | (Uint32(x._sign & 0xFFu) << 16) |
+        (Uint32(x._numWildcards & 0xFFu) << 24);
+}
+
+CIMDateTime CIMDateTimeAccess::unpack(Uint64 usec, Uint32 rest)
+{
+    CIMDateTime x;
+    x._usec = usec;
+    x._utcOffset = rest & 0xFFFFu;
+    x._sign = Uint16((rest >> 16) & 0xFFu);
+    x._numWildcards = Uint16(rest >> 24);
+    return x;
+}
+
 char* CIMDateTimeAccess::text(const CIMDateTime& x, char* out)
 {
     formatBody(x._usec, x._sign == ':', x._numWildcards, out);

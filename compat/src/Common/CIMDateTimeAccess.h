@@ -20,6 +20,10 @@ struct CIMDateTimeAccess
     // Writes the text of toString() at out (TEXT_SIZE bytes of room);
     // returns its end.
     static char* text(const CIMDateTime& x, char* out);
+
+    // The value in eight bytes and four (how a CIMValue keeps it), and back.
+    static void pack(const CIMDateTime& x, Uint64& usec, Uint32& rest);
+    static CIMDateTime unpack(Uint64 usec, Uint32 rest);
 };
 
 PEGASUS_NAMESPACE_END

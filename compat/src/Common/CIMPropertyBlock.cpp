@@ -46,7 +46,7 @@ struct CIMPropertyBlockStorage
     }
 };
 
-static_assert(sizeof(CIMPropertyRep) <= 40, "a property representation takes 40 bytes");
+static_assert(sizeof(CIMPropertyRep) <= 32, "a property representation takes 32 bytes");
 
 namespace
 {

@@ -13,6 +13,7 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/Exception.h>
 #include <CimXml/XmlWriter.h>
+#include "CIMDateTimeAccess.h"
 
 PEGASUS_NAMESPACE_BEGIN
 
@@ -180,30 +181,17 @@ void appendText(String& out, const CIMInstance& x)
 
 } // namespace
 
-// Typed access to the storage of a CIMValue.
+// Typed access to the arrays kept in a CIMValue.
 template<class T>
-struct CIMValueAccess
+struct CIMValueArrayAccess
 {
-    static_assert(sizeof(T) <= 16 && alignof(T) <= 8, "value must fit the inline storage");
-    static_assert(sizeof(Array<T>) <= 16, "array must fit the inline storage");
+    static_assert(sizeof(Array<T>) <= sizeof(CIMValue::Storage),
+        "array must fit the inline storage");
 
-    static T& scalar(CIMValue& v) { return *reinterpret_cast<T*>(v._u.raw); }
-    static const T& scalar(const CIMValue& v) { return *reinterpret_cast<const T*>(v._u.raw); }
     static Array<T>& array(CIMValue& v) { return *reinterpret_cast<Array<T>*>(v._u.raw); }
     static const Array<T>& array(const CIMValue& v)
     {
         return *reinterpret_cast<const Array<T>*>(v._u.raw);
-    }
-
-    static void setScalar(CIMValue& v, const T& x)
-    {
-        T tmp(stored(x));
-        v._release();
-        new (v._u.raw) T(std::move(tmp));
-        v._type = Uint8(TypeOf<T>::value);
-        v._isArray = false;
-        v._isNull = false;
-        v._nullArraySize = 0;
     }
 
     static void setArray(CIMValue& v, const Array<T>& x)
@@ -217,6 +205,35 @@ struct CIMValueAccess
         v._nullArraySize = 0;
     }
 
+    static void getArray(const CIMValue& v, Array<T>& x)
+    {
+        v._checkGet(TypeOf<T>::value, true);
+        if (!v._isNull)
+            x = givenArray(array(v));
+    }
+};
+
+// Typed access to the storage of a CIMValue.
+template<class T>
+struct CIMValueAccess : CIMValueArrayAccess<T>
+{
+    static_assert(sizeof(T) <= sizeof(CIMValue::Storage) && alignof(T) <= 8,
+        "value must fit the inline storage");
+
+    static T& scalar(CIMValue& v) { return *reinterpret_cast<T*>(v._u.raw); }
+    static const T& scalar(const CIMValue& v) { return *reinterpret_cast<const T*>(v._u.raw); }
+
+    static void setScalar(CIMValue& v, const T& x)
+    {
+        T tmp(stored(x));
+        v._release();
+        new (v._u.raw) T(std::move(tmp));
+        v._type = Uint8(TypeOf<T>::value);
+        v._isArray = false;
+        v._isNull = false;
+        v._nullArraySize = 0;
+    }
+
     static void getScalar(const CIMValue& v, T& x)
     {
         v._checkGet(TypeOf<T>::value, false);
@@ -224,12 +241,44 @@ struct CIMValueAccess
             x = given(scalar(v));
     }
 
-    static void getArray(const CIMValue& v, Array<T>& x)
+    // Copies the scalar of x (not null) into v's empty storage.
+    static void copyScalar(CIMValue& v, const CIMValue& x)
     {
-        v._checkGet(TypeOf<T>::value, true);
-        if (!v._isNull)
-            x = givenArray(array(v));
+        new (v._u.raw) T(scalar(x));
     }
+
+    static void destroyScalar(CIMValue& v) { scalar(v).~T(); }
+};
+
+// A CIMDateTime is kept in pieces (see CIMValue::Storage): plain data,
+// handed out as a copy.
+template<>
+struct CIMValueAccess<CIMDateTime> : CIMValueArrayAccess<CIMDateTime>
+{
+    static CIMDateTime scalar(const CIMValue& v)
+    {
+        return CIMDateTimeAccess::unpack(v._u.u64, v._nullArraySize);
+    }
+
+    static void setScalar(CIMValue& v, const CIMDateTime& x)
+    {
+        v._release();
+        CIMDateTimeAccess::pack(x, v._u.u64, v._nullArraySize);
+        v._type = Uint8(CIMTYPE_DATETIME);
+        v._isArray = false;
+        v._isNull = false;
+    }
+
+    static void getScalar(const CIMValue& v, CIMDateTime& x)
+    {
+        v._checkGet(CIMTYPE_DATETIME, false);
+        if (!v._isNull)
+            x = scalar(v);
+    }
+
+    static void copyScalar(CIMValue& v, const CIMValue& x) { v._u.u64 = x._u.u64; }
+
+    static void destroyScalar(CIMValue&) {}
 };
 
 //
@@ -411,7 +460,7 @@ void CIMValue::_release()
         if (isArray)
             CIMValueAccess<T>::array(*this).~Array<T>();
         else
-            CIMValueAccess<T>::scalar(*this).~T();
+            CIMValueAccess<T>::destroyScalar(*this);
     });
     _isNull = true;
 }
@@ -427,7 +476,7 @@ void CIMValue::_copyFrom(const CIMValue& x)
             if (isArray)
                 new (_u.raw) Array<T>(CIMValueAccess<T>::array(x));
             else
-                new (_u.raw) T(CIMValueAccess<T>::scalar(x));
+                CIMValueAccess<T>::copyScalar(*this, x);
         });
     }
     _type = x._type;

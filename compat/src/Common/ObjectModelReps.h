@@ -262,7 +262,7 @@ class CIMPropertyRep : public RefCountedRep
     static const Uint32 OWNERS = (1u << SLOT_SHIFT) - 1;
 
     // The number of owners below SLOT_SHIFT, the slot above; beside the
-    // count of references, so that the representation takes 40 bytes.
+    // count of references, so that the representation takes 32 bytes.
     // Atomic because containers sharing a property may die on different
     // threads.
     std::atomic<Uint32> _place;

@@ -1,6 +1,7 @@
 // CIMValue: the overloads code really picks, the strict typed reads, null
 // values, equality, the display text and embedded objects.
 #include <gtest/gtest.h>
+#include <vector>
 #include <Pegasus/Common/CIMValue.h>
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObject.h>
@@ -99,6 +100,52 @@ TEST(CIMValue, SetAndAssignReplaceTypeAndArrayness)
     const CIMValue& self = a;
     a = self;
     EXPECT_EQ(a.getArraySize(), 7u);
+}
+
+TEST(CIMValue, DateTimesKeepEveryPartThroughCopiesAndProperties)
+{
+    // A value keeps a date-time in pieces: every part must come back.
+    const char* texts[] = {
+        "20240229235959.999999+999",
+        "19700101000000.000000-720",
+        "99991231235959.999999-001",
+        "2024010112****.******+060",
+        "20240101120000.123***+000",
+        "99999999235959.999999:000",
+        "00000000000000.000000:000",
+        "0000000102****.******:000",
+    };
+    std::vector<CIMDateTime> dates;
+    for (const char* text : texts)
+        dates.push_back(CIMDateTime(String(text)));
+    dates.push_back(CIMDateTime::getCurrentDateTime());
+    for (const CIMDateTime& date : dates)
+    {
+        SCOPED_TRACE(date.toString());
+        CIMValue value(date);
+        CIMValue copy(value);
+        CIMValue assigned(Uint32(1));
+        assigned = value;
+        CIMValue moved(std::move(copy));
+        CIMProperty property("When", CIMValue(CIMTYPE_DATETIME, false));
+        property.setValue(moved);
+        for (const CIMValue& v : {value, assigned, moved, property.getValue()})
+        {
+            CIMDateTime back;
+            v.get(back);
+            EXPECT_EQ(date.toString(), back.toString());
+            EXPECT_TRUE(back.equal(date));
+            EXPECT_EQ(date.isInterval(), back.isInterval());
+            EXPECT_TRUE(v.equal(CIMValue(date)));
+            EXPECT_EQ(date.toString(), v.toString());
+            EXPECT_EQ(0u, v.getArraySize());
+        }
+        // Nothing of the date-time stays behind in a null array.
+        assigned.setNullValue(CIMTYPE_DATETIME, true, 3);
+        EXPECT_EQ(3u, assigned.getArraySize());
+        value.set(Array<CIMDateTime>(2, date));
+        EXPECT_EQ(2u, value.getArraySize());
+    }
 }
 
 TEST(CIMValue, EqualityRules)

@@ -165,10 +165,12 @@ private:
     void _setType(CIMType type, Boolean isArray);
     void _checkGet(CIMType type, Boolean isArray) const;
     template<class T> friend struct CIMValueAccess;
+    template<class T> friend struct CIMValueArrayAccess;
 
-    // Scalars of the number types live in place; String, CIMDateTime,
-    // CIMObjectPath and every Array are constructed in _u.raw; embedded
-    // objects too when they fit, else on the heap behind _u.ptr.
+    // Scalars of the number types live in place; String, CIMObjectPath,
+    // embedded objects and every Array (each one pointer) are constructed
+    // in _u.raw. A CIMDateTime keeps its microseconds in _u.u64 and the
+    // rest of it in _nullArraySize, so that a value takes 16 bytes.
     union Storage
     {
         Boolean b;
@@ -183,8 +185,9 @@ private:
         Real32 r32;
         Real64 r64;
         void* ptr;
-        alignas(8) unsigned char raw[16];
+        alignas(8) unsigned char raw[8];
     } _u;
+    // The size of a null array, or the rest of a CIMDateTime.
     Uint32 _nullArraySize;
     Uint8 _type;
     Boolean _isArray;
