@@ -236,6 +236,7 @@ Task parseTask(const Reader& r, const json& t, const std::string& place)
     const json& phases = r.array(t, place, "phases");
     if (phases.size() > TSK_MAX_PHASES)
         r.fail(place + "/phases", "more than " + std::to_string(TSK_MAX_PHASES) + " phases");
+    task.phases.reserve(phases.size());
     for (std::size_t i = 0; i < phases.size(); ++i) {
         const std::string p = place + "/phases/" + std::to_string(i);
         if (!phases[i].is_string())
@@ -243,7 +244,7 @@ Task parseTask(const Reader& r, const json& t, const std::string& place)
         std::string name = phases[i].get<std::string>();
         if (name.size() >= TSK_PHASE_NAME_LEN)
             r.fail(p, "longer than " + std::to_string(TSK_PHASE_NAME_LEN - 1) + " characters");
-        task.phases.push_back(name);
+        task.phases.push_back(std::move(name));
     }
     task.stepMax = static_cast<int>(r.integer(t, place, "step_max", 0, 0, 1000000));
     task.start = r.time(t, place, "start", 0, true);
