@@ -3,6 +3,7 @@
 //
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <new>
 #include "NameTable.h"
@@ -86,6 +87,18 @@ bool legalASCIINamespace(const char* text, size_t n)
     return true;
 }
 
+// The entry last found for a text at a given address, by a hash of the
+// address: literals are looked up again and again from the same place, and
+// comparing the text with one entry's is quicker than finding the entry.
+const Uint32 RECENT_COUNT = 256;
+std::atomic<InternedName*> recent[RECENT_COUNT];
+
+std::atomic<InternedName*>& recentFor(const char* text)
+{
+    const Uint64 address = reinterpret_cast<std::uintptr_t>(text);
+    return recent[Uint32((address * 0x9E3779B97F4A7C15ull) >> 56) & (RECENT_COUNT - 1)];
+}
+
 InternedName* makeEntry(const char* text, Uint32 n, Uint32 hash, bool isName)
 {
     size_t repSize = offsetof(StringRep, data) + (size_t(n) + 1) * sizeof(Uint16);
@@ -120,6 +133,13 @@ StringRep* NameTable::internNamespace(const char* text)
 
 StringRep* NameTable::lookup(const char* text, bool asNamespace)
 {
+    std::atomic<InternedName*>& seen = recentFor(text);
+    if (InternedName* known = seen.load(std::memory_order_acquire))
+    {
+        if (std::strncmp(known->bytes, text, size_t(known->rep.size) + 1) == 0)
+            return asNamespace || known->isName ? &known->rep : 0;
+    }
+
     const size_t n = std::strlen(text);
     if (n == 0 || n > MAX_LENGTH)
         return 0;
@@ -143,6 +163,7 @@ StringRep* NameTable::lookup(const char* text, bool asNamespace)
             if (slots[slot].compare_exchange_strong(entry, made,
                     std::memory_order_acq_rel, std::memory_order_acquire))
             {
+                seen.store(made, std::memory_order_release);
                 return &made->rep;
             }
             // Another thread filled the slot first: look at its entry.
@@ -152,6 +173,7 @@ StringRep* NameTable::lookup(const char* text, bool asNamespace)
         {
             if (made)
                 ::operator delete(made);
+            seen.store(entry, std::memory_order_release);
             // A namespace of several segments is no CIM name.
             return asNamespace || entry->isName ? &entry->rep : 0;
         }

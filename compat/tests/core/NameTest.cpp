@@ -127,3 +127,22 @@ TEST(CIMName, EqualityIgnoresCaseNamesKeepTheirSpellingAndCopiesStayIndependent)
     EXPECT_EQ(0u, inst.findProperty(CIMName("PercentComplete")));
     EXPECT_EQ(1u, inst.findProperty(CIMName(String("ELAPSEDTIME"))));
 }
+
+TEST(CIMName, TextsMadeInOneBufferInTurnGiveTheirOwnNames)
+{
+    // Names are looked up by the address of their text first; a buffer
+    // reused for other texts must still give each its own name.
+    char buffer[32];
+    const char* texts[] = {"Alpha", "Beta", "Alpha", "Alph", "AlphaBeta", "root/velk",
+        "Alpha", "Name"};
+    for (const char* text : texts)
+    {
+        SCOPED_TRACE(text);
+        std::snprintf(buffer, sizeof(buffer), "%s", text);
+        EXPECT_EQ(String(text), CIMNamespaceName(buffer).getString());
+        if (std::string(text).find('/') == std::string::npos)
+            EXPECT_EQ(String(text), CIMName(buffer).getString());
+        else
+            EXPECT_THROW(CIMName(static_cast<const char*>(buffer)), InvalidNameException);
+    }
+}
