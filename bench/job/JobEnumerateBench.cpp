@@ -158,16 +158,27 @@ World& world()
     return w;
 }
 
+// The caller of every benchmark call, and the class the calls ask for.
+OperationContext benchContext()
+{
+    OperationContext context;
+    context.insert(IdentityContainer(String("bench")));
+    return context;
+}
+
+CIMObjectPath jobClassPath()
+{
+    return CIMObjectPath(String(), CIMNamespaceName("root/velk"), CIMName("VELK_ConcreteJob"));
+}
+
 // Runs one enumeration of the module per iteration; call delivers to a
 // fresh handler and returns how many objects it got.
 template <class Handler, class Call>
 void runEnumeration(benchmark::State& state, Call call)
 {
     World& w = world();
-    OperationContext context;
-    context.insert(IdentityContainer(String("bench")));
-    CIMObjectPath classPath(String(), CIMNamespaceName("root/velk"),
-        CIMName("VELK_ConcreteJob"));
+    const OperationContext context = benchContext();
+    const CIMObjectPath classPath = jobClassPath();
     size_t jobs = 0;
     for (auto _ : state)
     {
@@ -201,10 +212,8 @@ BENCHMARK(BM_EnumerateJobs)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 void BM_HeldJobBytes(benchmark::State& state)
 {
     World& w = world();
-    OperationContext context;
-    context.insert(IdentityContainer(String("bench")));
-    CIMObjectPath classPath(String(), CIMNamespaceName("root/velk"),
-        CIMName("VELK_ConcreteJob"));
+    const OperationContext context = benchContext();
+    const CIMObjectPath classPath = jobClassPath();
     double perJob = 0;
     for (auto _ : state)
     {
