@@ -11,7 +11,10 @@
 //   - the server's peak resident memory during each enumeration, its peak
 //     over the whole run and its resident memory after the run.
 //
-// With two binaries the last column compares the last with the first.
+// The servers take turns, round after round (--rounds), and each figure is
+// the median over the rounds, so that a slow spell of a shared machine does
+// not fall on one server only. With two binaries the last column compares
+// the last with the first.
 #include "LoadStats.h"
 #include "support/DemoServer.h"
 #include "support/HttpConnection.h"
@@ -48,6 +51,7 @@ struct Settings
 {
     int tasks = 10000;
     int repeats = 5;
+    int rounds = 3;
     int clients = 8;
     double seconds = 5.0;
     int page = 500;
@@ -379,6 +383,45 @@ Figures measure(const std::string& binary, const std::string& preload,
     return f;
 }
 
+template <class T>
+T medianOf(std::vector<T> values)
+{
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+// One server's figures over all rounds: the median of each, the first
+// failure if any.
+Figures combine(const std::vector<Figures>& rounds)
+{
+    Figures f = rounds.front();
+    for (const Figures& r : rounds)
+        if (f.failure.empty() && !r.failure.empty())
+            f.failure = r.failure;
+    auto real = [&rounds](double Figures::*field) {
+        std::vector<double> v;
+        for (const Figures& r : rounds)
+            v.push_back(r.*field);
+        return medianOf(v);
+    };
+    auto kb = [&rounds](long Figures::*field) {
+        std::vector<long> v;
+        for (const Figures& r : rounds)
+            v.push_back(r.*field);
+        return medianOf(v);
+    };
+    f.enumChunked = real(&Figures::enumChunked);
+    f.enumLength = real(&Figures::enumLength);
+    f.enumNames = real(&Figures::enumNames);
+    f.getRate = real(&Figures::getRate);
+    f.pull = real(&Figures::pull);
+    f.peakChunkedKb = kb(&Figures::peakChunkedKb);
+    f.peakLengthKb = kb(&Figures::peakLengthKb);
+    f.peakKb = kb(&Figures::peakKb);
+    f.rssAfterKb = kb(&Figures::rssAfterKb);
+    return f;
+}
+
 std::string cell(double v, const char* format)
 {
     if (v < 0)
@@ -430,6 +473,9 @@ int main(int argc, char** argv)
         "given once per --cimhost, \"none\" for none");
     app.add_option("--tasks", s.tasks, "tasks of the generated array")
         ->check(CLI::Range(1, 1000000));
+    app.add_option("--rounds", s.rounds,
+        "turns of every server, one after the other (the median over them counts)")
+        ->check(CLI::Range(1, 20));
     app.add_option("--repeats", s.repeats, "runs of each enumeration (the median counts)")
         ->check(CLI::Range(1, 100));
     app.add_option("--clients", s.clients, "concurrent GetInstance clients")
@@ -459,18 +505,23 @@ int main(int argc, char** argv)
     std::string stateFile = std::string(dir) + "/array.json";
     std::ofstream(stateFile) << generateState(s.tasks);
 
+    std::vector<std::vector<Figures>> rounds(binaries.size());
+    for (int r = 0; r < s.rounds; r++)
+        for (size_t i = 0; i < binaries.size(); i++)
+        {
+            std::fprintf(stderr, "velk_perf: round %d of %d, measuring %s\n", r + 1, s.rounds,
+                binaries[i].c_str());
+            rounds[i].push_back(measure(binaries[i], preloads[i], stateFile, s));
+        }
     std::vector<Figures> all;
-    for (size_t i = 0; i < binaries.size(); i++)
-    {
-        std::fprintf(stderr, "velk_perf: measuring %s\n", binaries[i].c_str());
-        all.push_back(measure(binaries[i], preloads[i], stateFile, s));
-    }
+    for (const std::vector<Figures>& r : rounds)
+        all.push_back(combine(r));
     ::unlink(stateFile.c_str());
     ::rmdir(dir);
 
     std::printf("velk_perf: %d tasks, %d runs per enumeration (median), %d GetInstance "
-                "clients for %.1f s, pull pages of %d\n",
-        s.tasks, s.repeats, s.clients, s.seconds, s.page);
+                "clients for %.1f s, pull pages of %d; medians of %d rounds\n",
+        s.tasks, s.repeats, s.clients, s.seconds, s.page, s.rounds);
     for (size_t i = 0; i < binaries.size(); i++)
         std::printf("  [%zu] %s%s%s: %zu jobs, %.1f MB answer%s\n", i + 1, binaries[i].c_str(),
             preloads[i].empty() ? "" : " with ", preloads[i].c_str(), all[i].jobs,
