@@ -8,7 +8,10 @@ namespace VelkText
 {
 
 // Writes value at out and returns the end of what it wrote (no terminator).
-inline char* appendPaddedDecimal(char* out, long long value, int width)
+// The characters may be bytes or UTF-16 units (Char16), which a String takes
+// without decoding them.
+template <class CharT>
+inline CharT* appendPaddedDecimal(CharT* out, long long value, int width)
 {
     unsigned long long magnitude = value < 0
         ? 0ull - static_cast<unsigned long long>(value)
@@ -23,13 +26,13 @@ inline char* appendPaddedDecimal(char* out, long long value, int width)
     int used = count;
     if (value < 0)
     {
-        *out++ = '-';
+        *out++ = CharT('-');
         used++;
     }
     for (; used < width; used++)
-        *out++ = '0';
+        *out++ = CharT('0');
     while (count > 0)
-        *out++ = digits[--count];
+        *out++ = CharT(digits[--count]);
     return out;
 }
 

@@ -385,12 +385,17 @@ CIMDateTime VELK_ConcreteJobProvider::buildCIMDateTimeInterval(
 String VELK_ConcreteJobProvider::makeUniqueID(Uint32 taskId)
 {
     log_message(4, "--> VELK_ConcreteJobProvider::makeUniqueID\n");
-    // "KORVANE" ":" "task_id:" and the digits, made as one text.
-    char text[32] = "KORVANE:task_id:";
-    const size_t prefix = strlen(text);
-    *VelkText::appendPaddedDecimal(text + prefix, taskId, 0) = '\0';
+    // "KORVANE" ":" "task_id:" and the digits, written as UTF-16 units that
+    // the String takes as they are.
+    static const char prefix[] = "KORVANE:task_id:";
+    Char16 text[32];
+    Uint32 length = 0;
+    for (; prefix[length]; length++)
+        text[length] = Uint16(prefix[length]);
+    const Char16* end =
+        VelkText::appendPaddedDecimal(text + length, taskId, 0);
     log_message(4, "<-- VELK_ConcreteJobProvider::makeUniqueID\n");
-    return String(text);
+    return String(text, Uint32(end - text));
 }
 
 Uint32 VELK_ConcreteJobProvider::extractTaskIDFromInstanceID(
@@ -430,12 +435,13 @@ CIMObjectPath VELK_ConcreteJobProvider::buildObjectPath(const String& host,
     const String& instanceID)
 {
     log_message(4, "--> VELK_ConcreteJobProvider::buildObjectPath\n");
-    CIMObjectPath path(host, CIMNamespaceName(JOB_NAMESPACE),
-        CIMName(JOB_CLASS), Array<CIMKeyBinding>());
-    Array<CIMKeyBinding> keys;
-    keys.append(CIMKeyBinding(CIMName("InstanceID"), instanceID,
-        CIMKeyBinding::STRING));
-    path.setKeyBindings(keys);
+    // The names are made once; every path shares them.
+    static const CIMNamespaceName nameSpace(JOB_NAMESPACE);
+    static const CIMName className(JOB_CLASS);
+    static const CIMName keyName("InstanceID");
+    const CIMKeyBinding key(keyName, instanceID, CIMKeyBinding::STRING);
+    CIMObjectPath path(host, nameSpace, className,
+        Array<CIMKeyBinding>(&key, 1));
     log_message(4, "<-- VELK_ConcreteJobProvider::buildObjectPath\n");
     return path;
 }
@@ -457,6 +463,7 @@ Array<CIMObjectPath> VELK_ConcreteJobProvider::_build_ref()
     }
     if (taken && status.code == 0)
     {
+        paths.reserveCapacity(Uint32(count));
         for (int i = 0; i < count; i++)
         {
             if (supportedJobType(list.tasks[i].tsk_type))
