@@ -605,6 +605,17 @@ CIMDateTime VELK_Common::getCIMDateTime(long t)
     localtime_r(&seconds, &local);
     long offset = local.tm_gmtoff / 60;
 
+    const long year = local.tm_year + 1900L;
+    if (year >= 0 && year <= 9999 && offset >= -999 && offset <= 999)
+    {
+        // Fields that fit the widths of the text form below are given as
+        // they are, with the checks that text would meet.
+        dateTime.setTimeStamp(Uint32(year), Uint32(local.tm_mon + 1),
+            Uint32(local.tm_mday), Uint32(local.tm_hour),
+            Uint32(local.tm_min), Uint32(local.tm_sec), 0, 6, Sint32(offset));
+        return dateTime;
+    }
+
     // Printed wide, kept to the 27 characters of the time-stamp buffer.
     // "%04d%02d%02d%02d%02d%02d.%06d+%03d", written field by field.
     char wide[96];

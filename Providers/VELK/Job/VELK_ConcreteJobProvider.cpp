@@ -148,6 +148,41 @@ void authorizeOperation(const String& userName, const String& ipAddress,
         "Does not support in generic!", SOURCE_NAME, __LINE__);
 }
 
+// The names of the job's properties, made once and shared by every job.
+struct JobPropertyNames
+{
+    const CIMName instanceID{"InstanceID"};
+    const CIMName name{"Name"};
+    const CIMName description{"Description"};
+    const CIMName caption{"Caption"};
+    const CIMName elementName{"ElementName"};
+    const CIMName timeOfLastStateChange{"TimeOfLastStateChange"};
+    const CIMName sourceElementName{"SourceElementName"};
+    const CIMName targetElementName{"TargetElementName"};
+    const CIMName jobState{"JobState"};
+    const CIMName jobStatus{"JobStatus"};
+    const CIMName operationalStatus{"OperationalStatus"};
+    const CIMName statusDescriptions{"StatusDescriptions"};
+    const CIMName percentComplete{"PercentComplete"};
+    const CIMName jobRunTimes{"JobRunTimes"};
+    const CIMName deleteOnCompletion{"DeleteOnCompletion"};
+    const CIMName timeBeforeRemoval{"TimeBeforeRemoval"};
+    const CIMName startTime{"StartTime"};
+    const CIMName timeSubmitted{"TimeSubmitted"};
+    const CIMName elapsedTime{"ElapsedTime"};
+    const CIMName jobType{"JobType"};
+    const CIMName owner{"Owner"};
+    const CIMName localOrUtcTime{"LocalOrUtcTime"};
+    const CIMName errorCode{"ErrorCode"};
+    const CIMName errorDescription{"ErrorDescription"};
+};
+
+const JobPropertyNames& jobPropertyNames()
+{
+    static const JobPropertyNames names;
+    return names;
+}
+
 CIMProperty errorProperty(const char* name, const CIMValue& value)
 {
     return CIMProperty(CIMName(name), value, 0, CIMName(), CIMName(), false);
@@ -210,10 +245,13 @@ bool VELK_ConcreteJobProvider::isRcopyGroupTarget(task_e type)
 String VELK_ConcreteJobProvider::getJobOwner(task_e type)
 {
     log_message(4, "--> VELK_ConcreteJobProvider::getJobOwner\n");
+    // One text of each kind serves every job.
+    static const String replication("VELK_ReplicationService");
+    static const String configuration("VELK_StorageConfigurationService");
     if (inTypeSet(type, REMOTE_COPY_TYPES))
-        return String("VELK_ReplicationService");
+        return replication;
     if (inTypeSet(type, LOCAL_COPY_TYPES))
-        return String("VELK_StorageConfigurationService");
+        return configuration;
     return String();
 }
 
@@ -242,15 +280,18 @@ Uint16 VELK_ConcreteJobProvider::getJobState(const tsk_data_v103& task)
 String VELK_ConcreteJobProvider::getJobStatus(const tsk_data_v103& task)
 {
     log_message(4, "--> VELK_ConcreteJobProvider::getJobStatus\n");
+    static const String ok("OK");
+    static const String stopped("Stopped");
+    static const String error("Error");
     String status;
     if (!task.tsk_done)
-        status = String("OK");
+        status = ok;
     else if (task.tsk_cancelled)
-        status = String("Stopped");
+        status = stopped;
     else if (task.tsk_error != 0)
-        status = String("Error");
+        status = error;
     else
-        status = String("OK");
+        status = ok;
     log_message(4, "<-- VELK_ConcreteJobProvider::getJobStatus\n");
     return status;
 }
@@ -259,25 +300,24 @@ Array<Uint16> VELK_ConcreteJobProvider::getJobOpStatus(
     const tsk_data_v103& task)
 {
     log_message(4, "--> VELK_ConcreteJobProvider::getJobOpStatus\n");
+    // One list of each kind, shared by every job of that kind.
+    static const Uint16 runningCodes[] = {2};
+    static const Uint16 stoppedCodes[] = {10};
+    static const Uint16 failedCodes[] = {6, 17};
+    static const Uint16 completedCodes[] = {2, 17};
+    static const Array<Uint16> running(runningCodes, 1);
+    static const Array<Uint16> stopped(stoppedCodes, 1);
+    static const Array<Uint16> failed(failedCodes, 2);
+    static const Array<Uint16> completed(completedCodes, 2);
     Array<Uint16> status;
     if (!task.tsk_done)
-    {
-        status.append(2);
-    }
+        status = running;
     else if (task.tsk_cancelled)
-    {
-        status.append(10);
-    }
+        status = stopped;
     else if (task.tsk_error != 0)
-    {
-        status.append(6);
-        status.append(17);
-    }
+        status = failed;
     else
-    {
-        status.append(2);
-        status.append(17);
-    }
+        status = completed;
     log_message(4, "<-- VELK_ConcreteJobProvider::getJobOpStatus\n");
     return status;
 }
@@ -286,25 +326,24 @@ Array<String> VELK_ConcreteJobProvider::getJobStatusDescription(
     const tsk_data_v103& task)
 {
     log_message(4, "--> VELK_ConcreteJobProvider::getJobStatusDescription\n");
+    // One list of each kind, shared by every job of that kind.
+    static const String runningTexts[] = {String("OK")};
+    static const String stoppedTexts[] = {String("Stopped")};
+    static const String failedTexts[] = {String("Error"), String("Completed")};
+    static const String completedTexts[] = {String("OK"), String("Completed")};
+    static const Array<String> running(runningTexts, 1);
+    static const Array<String> stopped(stoppedTexts, 1);
+    static const Array<String> failed(failedTexts, 2);
+    static const Array<String> completed(completedTexts, 2);
     Array<String> descriptions;
     if (!task.tsk_done)
-    {
-        descriptions.append(String("OK"));
-    }
+        descriptions = running;
     else if (task.tsk_cancelled)
-    {
-        descriptions.append(String("Stopped"));
-    }
+        descriptions = stopped;
     else if (task.tsk_error != 0)
-    {
-        descriptions.append(String("Error"));
-        descriptions.append(String("Completed"));
-    }
+        descriptions = failed;
     else
-    {
-        descriptions.append(String("OK"));
-        descriptions.append(String("Completed"));
-    }
+        descriptions = completed;
     // Shares the exit line of getJobOpStatus.
     log_message(4, "<-- VELK_ConcreteJobProvider::getJobOpStatus\n");
     return descriptions;
@@ -362,7 +401,19 @@ CIMDateTime VELK_ConcreteJobProvider::buildCIMDateTimeInterval(
     Uint32 intervalSecs, Uint32 intervalUSecs)
 {
     log_message(4, "--> VELK_ConcreteJobProvider::buildCIMDateTimeInterval\n");
-    // "%08u%02u%02u%02u.%06u:000", written field by field.
+    CIMDateTime interval;
+    if (intervalDays <= 99999999 && intervalHours <= 99 &&
+        intervalMinutes <= 99 && intervalSecs <= 99 && intervalUSecs <= 999999)
+    {
+        // Fields that fit their widths of the text form "%08u%02u%02u%02u.%06u:000"
+        // are given as they are, with the checks that text would meet.
+        interval.setInterval(intervalDays, intervalHours, intervalMinutes,
+            intervalSecs, intervalUSecs, 6);
+        log_message(4,
+            "<-- VELK_ConcreteJobProvider::buildCIMDateTimeInterval\n");
+        return interval;
+    }
+    // Wider fields make a longer text, refused as the text form refuses it.
     char text[80];
     char* end = text;
     end = VelkText::appendPaddedDecimal(end, intervalDays, 8);
@@ -372,7 +423,6 @@ CIMDateTime VELK_ConcreteJobProvider::buildCIMDateTimeInterval(
     *end++ = '.';
     end = VelkText::appendPaddedDecimal(end, intervalUSecs, 6);
     memcpy(end, ":000", 5);
-    CIMDateTime interval;
     interval.set(String(text));
     log_message(4, "<-- VELK_ConcreteJobProvider::buildCIMDateTimeInterval\n");
     return interval;
@@ -558,11 +608,13 @@ int VELK_ConcreteJobProvider::_remoteGroupName(const api_rcopy_t& rcopy,
         String systemName = VELK_Common::RCTargetToSysname(rcopy, targetName);
         if (systemName.size() == 0)
             systemName = targetName;
+        static const String comma(",");
+        static const String colon(":");
         if (i > 0)
-            targets.append(String(","));
+            targets.append(comma);
         targets.append(fieldText(target.rm_remote_group,
             sizeof(target.rm_remote_group)));
-        targets.append(String(":"));
+        targets.append(colon);
         targets.append(systemName);
     }
     return 0;
@@ -572,22 +624,33 @@ CIMInstance VELK_ConcreteJobProvider::buildInstance(const api_rcopy_t& rcopy,
     CIMClass cimClass, const tsk_data_v103& task, String host)
 {
     log_message(4, "--> VELK_ConcreteJobProvider::buildInstance\n");
+    const JobPropertyNames& names = jobPropertyNames();
     CIMInstance instance = VELK_Common::buildInstanceSkeleton(cimClass);
 
     const String instanceID = makeUniqueID(task.taskid.tid);
-    VELK_Common::setPropertyValue(instance, "InstanceID", instanceID);
+    VELK_Common::setPropertyValue(instance, names.instanceID, instanceID);
 
     const String name = fieldText(task.tsk_name, sizeof(task.tsk_name));
-    VELK_Common::setPropertyValue(instance, "Name", name);
-    VELK_Common::setPropertyValue(instance, "Description", name);
-    VELK_Common::setPropertyValue(instance, "Caption", name);
+    VELK_Common::setPropertyValue(instance, names.name, name);
+    VELK_Common::setPropertyValue(instance, names.description, name);
+    VELK_Common::setPropertyValue(instance, names.caption, name);
 
-    char idText[16];
-    snprintf(idText, sizeof(idText), "%u", task.taskid.tid);
-    VELK_Common::setPropertyValue(instance, "ElementName", String(idText));
+    Char16 idText[16];
+    const Char16* idEnd =
+        VelkText::appendPaddedDecimal(idText, task.taskid.tid, 0);
+    VELK_Common::setPropertyValue(instance, names.elementName,
+        String(idText, Uint32(idEnd - idText)));
 
-    VELK_Common::setPropertyValue(instance, "TimeOfLastStateChange",
-        VELK_Common::getCIMDateTime((long)task.tsk_lastupdate_time));
+    // The times of a task often repeat its last change (the start of a task
+    // that has not moved, the end of one that ended): each is converted once.
+    const CIMDateTime lastChange =
+        VELK_Common::getCIMDateTime((long)task.tsk_lastupdate_time);
+    auto dateTimeOf = [&task, &lastChange](long t) {
+        return t == (long)task.tsk_lastupdate_time
+            ? lastChange : VELK_Common::getCIMDateTime(t);
+    };
+    VELK_Common::setPropertyValue(instance, names.timeOfLastStateChange,
+        lastChange);
 
     switch (task.tsk_type)
     {
@@ -596,7 +659,8 @@ CIMInstance VELK_ConcreteJobProvider::buildInstance(const api_rcopy_t& rcopy,
         case TASK_PHYSCOPY_RESYNC:
         {
             // "source->target"
-            Uint32 arrow = name.find(String("->"));
+            static const String arrowText("->");
+            Uint32 arrow = name.find(arrowText);
             if (arrow != PEG_NOT_FOUND)
             {
                 String source = name.subString(0, arrow);
@@ -604,12 +668,12 @@ CIMInstance VELK_ConcreteJobProvider::buildInstance(const api_rcopy_t& rcopy,
                 if (source.size() > 0)
                 {
                     VELK_Common::setPropertyValue(instance,
-                        "SourceElementName", source);
+                        names.sourceElementName, source);
                 }
                 if (target.size() > 0)
                 {
                     VELK_Common::setPropertyValue(instance,
-                        "TargetElementName", target);
+                        names.targetElementName, target);
                 }
             }
             break;
@@ -623,7 +687,7 @@ CIMInstance VELK_ConcreteJobProvider::buildInstance(const api_rcopy_t& rcopy,
         case TASK_RC_FAILSAFE:
         case TASK_RC_CHG_MODE:
         {
-            VELK_Common::setPropertyValue(instance, "SourceElementName", name);
+            VELK_Common::setPropertyValue(instance, names.sourceElementName, name);
             if (task.tsk_type != TASK_RC_SYNC)
             {
                 // The task is named after its remote-copy group.
@@ -632,14 +696,14 @@ CIMInstance VELK_ConcreteJobProvider::buildInstance(const api_rcopy_t& rcopy,
                 if (_remoteGroupName(rcopy, name, targets, message) == 0)
                 {
                     VELK_Common::setPropertyValue(instance,
-                        "TargetElementName", targets);
+                        names.targetElementName, targets);
                 }
             }
             break;
         }
         case TASK_ONLINE_COPY:
         {
-            VELK_Common::setPropertyValue(instance, "TargetElementName", name);
+            VELK_Common::setPropertyValue(instance, names.targetElementName, name);
             char* detailText = 0;
             try
             {
@@ -664,12 +728,12 @@ CIMInstance VELK_ConcreteJobProvider::buildInstance(const api_rcopy_t& rcopy,
                         if (length > 0)
                         {
                             VELK_Common::setPropertyValue(instance,
-                                "SourceElementName",
+                                names.sourceElementName,
                                 String(source, (Uint32)length));
                         }
                     }
                     VELK_Common::setPropertyValue(instance,
-                        "TimeOfLastStateChange",
+                        names.timeOfLastStateChange,
                         VELK_Common::getCIMDateTime(
                             (long)fresh.tsk_lastupdate_time));
                 }
@@ -693,47 +757,46 @@ CIMInstance VELK_ConcreteJobProvider::buildInstance(const api_rcopy_t& rcopy,
             break;
     }
 
-    VELK_Common::setPropertyValue(instance, "JobState", getJobState(task));
-    VELK_Common::setPropertyValue(instance, "JobStatus", getJobStatus(task));
-    VELK_Common::setPropertyValue(instance, "OperationalStatus",
+    VELK_Common::setPropertyValue(instance, names.jobState, getJobState(task));
+    VELK_Common::setPropertyValue(instance, names.jobStatus, getJobStatus(task));
+    VELK_Common::setPropertyValue(instance, names.operationalStatus,
         getJobOpStatus(task));
-    VELK_Common::setPropertyValue(instance, "StatusDescriptions",
+    VELK_Common::setPropertyValue(instance, names.statusDescriptions,
         getJobStatusDescription(task));
-    VELK_Common::setPropertyValue(instance, "PercentComplete",
+    VELK_Common::setPropertyValue(instance, names.percentComplete,
         getPercentComplete(task));
 
     Uint32 runTimes =
         (task.tsk_type == TASK_RC_SYNC && !task.tsk_done) ? 0 : 1;
-    VELK_Common::setPropertyValue(instance, "JobRunTimes", runTimes);
-    VELK_Common::setPropertyValue(instance, "DeleteOnCompletion",
+    VELK_Common::setPropertyValue(instance, names.jobRunTimes, runTimes);
+    VELK_Common::setPropertyValue(instance, names.deleteOnCompletion,
         Boolean(false));
-    VELK_Common::setPropertyValue(instance, "TimeBeforeRemoval",
+    VELK_Common::setPropertyValue(instance, names.timeBeforeRemoval,
         buildCIMDateTimeInterval(30, 0, 0, 0, 0));
 
-    const CIMDateTime start =
-        VELK_Common::getCIMDateTime((long)task.tsk_start_time);
-    VELK_Common::setPropertyValue(instance, "StartTime", start);
-    VELK_Common::setPropertyValue(instance, "TimeSubmitted", start);
+    const CIMDateTime start = dateTimeOf((long)task.tsk_start_time);
+    VELK_Common::setPropertyValue(instance, names.startTime, start);
+    VELK_Common::setPropertyValue(instance, names.timeSubmitted, start);
     CIMDateTime elapsed;
     if (task.tsk_done)
-        elapsed = VELK_Common::getCIMDateTime((long)task.tsk_end_time) - start;
+        elapsed = dateTimeOf((long)task.tsk_end_time) - start;
     else
         elapsed = CIMDateTime::getCurrentDateTime() - start;
-    VELK_Common::setPropertyValue(instance, "ElapsedTime", elapsed);
+    VELK_Common::setPropertyValue(instance, names.elapsedTime, elapsed);
 
-    if (instance.findProperty(CIMName("JobType")) != PEG_NOT_FOUND)
+    if (instance.findProperty(names.jobType) != PEG_NOT_FOUND)
     {
-        VELK_Common::setPropertyValue(instance, "JobType",
+        VELK_Common::setPropertyValue(instance, names.jobType,
             Uint16(task.tsk_type));
     }
-    VELK_Common::setPropertyValue(instance, "Owner",
+    VELK_Common::setPropertyValue(instance, names.owner,
         getJobOwner(task.tsk_type));
-    VELK_Common::setPropertyValue(instance, "LocalOrUtcTime", Uint16(2));
-    VELK_Common::setPropertyValue(instance, "ErrorCode",
+    VELK_Common::setPropertyValue(instance, names.localOrUtcTime, Uint16(2));
+    VELK_Common::setPropertyValue(instance, names.errorCode,
         Uint16(task.tsk_error));
     if (task.tsk_errorstr[0] != '\0')
     {
-        VELK_Common::setPropertyValue(instance, "ErrorDescription",
+        VELK_Common::setPropertyValue(instance, names.errorDescription,
             fieldText(task.tsk_errorstr, sizeof(task.tsk_errorstr)));
     }
 

@@ -201,6 +201,48 @@ TEST(JobTypes, SupportedSetsAndOwners)
     }
 }
 
+// Intervals are "%08u%02u%02u%02u.%06u:000" read back: a field too large for
+// its range is out of range, one too wide for its digits makes no interval.
+TEST(JobIntervals, FieldsWithinAndBeyondTheirWidths)
+{
+    enum Outcome { TEXT, OUT_OF_RANGE, BAD_FORMAT };
+    const struct
+    {
+        Uint32 days, hours, minutes, seconds, usecs;
+        Outcome outcome;
+        const char* text;
+    } rows[] = {
+        {30, 0, 0, 0, 0, TEXT, "00000030000000.000000:000"},
+        {99999999, 23, 59, 59, 999999, TEXT, "99999999235959.999999:000"},
+        {0, 24, 0, 0, 0, OUT_OF_RANGE, ""},
+        {0, 0, 60, 0, 0, OUT_OF_RANGE, ""},
+        {0, 0, 0, 99, 0, OUT_OF_RANGE, ""},
+        {100000000, 0, 0, 0, 0, BAD_FORMAT, ""},
+        {0, 100, 0, 0, 0, BAD_FORMAT, ""},
+        {0, 0, 0, 0, 1000000, BAD_FORMAT, ""},
+    };
+    for (const auto& r : rows)
+    {
+        Outcome got = TEXT;
+        std::string text;
+        try
+        {
+            text = str(P::buildCIMDateTimeInterval(r.days, r.hours,
+                r.minutes, r.seconds, r.usecs).toString());
+        }
+        catch (const DateTimeOutOfRangeException&)
+        {
+            got = OUT_OF_RANGE;
+        }
+        catch (const InvalidDateTimeFormatException&)
+        {
+            got = BAD_FORMAT;
+        }
+        EXPECT_EQ(r.outcome, got) << r.days << " " << r.hours;
+        EXPECT_EQ(r.text, text) << r.days << " " << r.hours;
+    }
+}
+
 // ---------------------------------------------------------------------------
 // Identity
 // ---------------------------------------------------------------------------
