@@ -1,6 +1,5 @@
 #include <Pegasus/Common/CIMClass.h>
 #include "ObjectModelReps.h"
-#include "CIMPropertyBlock.h"
 #include "CIMPropertyIndex.h"
 
 PEGASUS_NAMESPACE_BEGIN
@@ -132,19 +131,17 @@ void CIMClassRep::removeMethod(Uint32 index)
 void CIMClassRep::getKeyNames(Array<CIMName>& keyNames) const
 {
     keyNames.clear();
-    for (const CIMProperty& p : properties)
-    {
-        const CIMPropertyRep* rep = CIMRepAccess::rep(p);
+    properties.forEach([&](const CIMPropertyRep* rep) {
         if (rep->def->qualifiers.isTrue(keyQualifierName()))
             keyNames.append(rep->name());
-    }
+    });
 }
 
 Boolean CIMClassRep::hasKeys() const
 {
-    for (const CIMProperty& p : properties)
+    for (Uint32 i = 0, n = properties.size(); i < n; i++)
     {
-        if (CIMRepAccess::rep(p)->def->qualifiers.isTrue(keyQualifierName()))
+        if (properties.at(i)->def->qualifiers.isTrue(keyQualifierName()))
             return true;
     }
     return false;
@@ -161,16 +158,10 @@ CIMInstance CIMClassRep::buildInstance(Boolean includeQualifiers,
     const Boolean all = propertyList.isNull();
     const Uint32 n = propertyCount();
     const Uint32 most = all || propertyList.size() > n ? n : propertyList.size();
-    rep->reserve(most);
-    CIMPropertyBlock block(most);
-    for (const CIMProperty& p : properties)
-    {
-        const CIMPropertyRep* source = CIMRepAccess::rep(p);
-        if (!all && !propertyList.contains(source->name()))
-            continue;
-        rep->appendOwned(
-            block.copy(*source, includeQualifiers, includeClassOrigin));
-    }
+    rep->properties.copyFrom(properties, most, includeQualifiers,
+        includeClassOrigin, [&](const CIMPropertyRep* source) {
+            return all || propertyList.contains(source->name());
+        });
     // With every property, the instance's names stand where the class's do.
     if (all)
         rep->nameIndex.store(CIMPropertyIndex::ref(propertyIndex()), std::memory_order_release);

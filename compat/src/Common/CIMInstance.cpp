@@ -19,12 +19,6 @@ CIMObjectRep* CIMInstanceRep::cloneRep() const
     return new CIMInstanceRep(*this);
 }
 
-void CIMInstanceRep::appendOwned(CIMPropertyRep* rep)
-{
-    rep->setFirstOwner();
-    properties.push_back(CIMRepAccess::adopt<CIMProperty>(rep));
-}
-
 CIMObjectPath CIMInstanceRep::buildPath(const CIMClassRep* cimClass) const
 {
     Array<CIMName> keyNames;
@@ -38,7 +32,7 @@ CIMObjectPath CIMInstanceRep::buildPath(const CIMClassRep* cimClass) const
         if (pos == PEG_NOT_FOUND)
             throw NoSuchProperty(keyName.getString());
         keyBindings.append(
-            CIMKeyBinding(keyName, CIMRepAccess::rep(properties[pos])->value));
+            CIMKeyBinding(keyName, properties.at(pos)->value));
     }
     return CIMObjectPath(
         String(), CIMNamespaceName(), getClassName(), keyBindings);
@@ -52,14 +46,15 @@ void CIMInstanceRep::instanceFilter(Boolean includeQualifiers,
     if (!propertyList.isNull())
     {
         dropIndex();
+        std::vector<CIMProperty>& handles = properties.handles();
         size_t kept = 0;
-        for (size_t i = 0; i < properties.size(); i++)
+        for (size_t i = 0; i < handles.size(); i++)
         {
-            CIMPropertyRep* rep = CIMRepAccess::rep(properties[i]);
+            CIMPropertyRep* rep = CIMRepAccess::rep(handles[i]);
             if (propertyList.contains(rep->name()))
             {
                 if (kept != i)
-                    properties[kept] = properties[i];
+                    handles[kept] = handles[i];
                 kept++;
             }
             else
@@ -67,12 +62,13 @@ void CIMInstanceRep::instanceFilter(Boolean includeQualifiers,
                 rep->dropOwner();
             }
         }
-        properties.resize(kept);
+        handles.resize(kept);
     }
     if (!includeQualifiers || !includeClassOrigin)
     {
-        for (const CIMProperty& p : properties)
-            CIMRepAccess::rep(p)->strip(includeQualifiers, includeClassOrigin);
+        properties.forEach([&](CIMPropertyRep* rep) {
+            rep->strip(includeQualifiers, includeClassOrigin);
+        });
     }
 }
 

@@ -1,7 +1,6 @@
 #include <Pegasus/Common/CIMObject.h>
 #include <CimXml/XmlWriter.h>
 #include "ObjectModelReps.h"
-#include "CIMPropertyBlock.h"
 #include "CIMPropertyIndex.h"
 
 PEGASUS_NAMESPACE_BEGIN
@@ -21,19 +20,12 @@ CIMObjectRep::CIMObjectRep(const CIMObjectRep& x)
       nameIndex(CIMPropertyIndex::ref(x.nameIndex.load(std::memory_order_acquire)))
 {
     qualifiers.cloneFrom(x.qualifiers);
-    properties.reserve(x.properties.size());
-    CIMPropertyBlock block(Uint32(x.properties.size()));
-    for (const CIMProperty& p : x.properties)
-    {
-        CIMPropertyRep* rep = block.copy(*CIMRepAccess::rep(p), true, true);
-        rep->setFirstOwner();
-        properties.push_back(CIMRepAccess::adopt<CIMProperty>(rep));
-    }
+    properties.copyFrom(x.properties, x.properties.size(), true, true,
+        [](const CIMPropertyRep*) { return true; });
 }
 
 CIMObjectRep::~CIMObjectRep()
 {
-    CIMPropertyBlock::releaseAll(properties);
     CIMPropertyIndex::unref(nameIndex.load(std::memory_order_acquire));
 }
 
@@ -80,7 +72,7 @@ void CIMObjectRep::appendProperty(const CIMProperty& p)
 {
     if (properties.size() >= MAX_CONTAINER_ELEMENTS)
         throw TooManyElementsException();
-    properties.push_back(p);
+    properties.append(p);
     CIMRepAccess::rep(p)->addOwner();
     dropIndex();
 }
@@ -90,11 +82,11 @@ Uint32 CIMObjectRep::findProperty(const CIMName& name) const
     const Uint32 hash = nameHash(name);
     if (const CIMPropertyIndex* known = nameIndex.load(std::memory_order_acquire))
         return known->find(properties, name, hash);
-    for (size_t i = 0, n = properties.size(); i < n; i++)
+    for (Uint32 i = 0, n = properties.size(); i < n; i++)
     {
-        const CIMPropertyRep* rep = CIMRepAccess::rep(properties[i]);
+        const CIMPropertyRep* rep = properties.at(i);
         if (rep->hash() == hash && rep->name().equal(name))
-            return Uint32(i);
+            return i;
     }
     return PEG_NOT_FOUND;
 }
@@ -102,13 +94,13 @@ Uint32 CIMObjectRep::findProperty(const CIMName& name) const
 CIMPropertyRep* CIMObjectRep::propertyAt(Uint32 index) const
 {
     checkIndex(index, propertyCount());
-    return CIMRepAccess::rep(properties[index]);
+    return properties.at(index);
 }
 
 void CIMObjectRep::removeProperty(Uint32 index)
 {
     propertyAt(index)->dropOwner();
-    properties.erase(properties.begin() + index);
+    properties.erase(index);
     dropIndex();
 }
 
@@ -122,10 +114,9 @@ Boolean CIMObjectRep::identical(const CIMObjectRep* x) const
     {
         return false;
     }
-    for (size_t i = 0; i < properties.size(); i++)
+    for (Uint32 i = 0; i < properties.size(); i++)
     {
-        if (!CIMRepAccess::rep(properties[i])->identical(
-                CIMRepAccess::rep(x->properties[i])))
+        if (!properties.at(i)->identical(x->properties.at(i)))
         {
             return false;
         }

@@ -6,46 +6,6 @@
 
 PEGASUS_NAMESPACE_BEGIN
 
-// The allocation: this header, then room for the representations. live
-// counts the representations not yet released and the slots not yet used,
-// plus one while the maker holds the block: the maker takes every slot at
-// once and gives back the ones it did not fill when it is done.
-struct CIMPropertyBlockStorage
-{
-    std::atomic<Uint32> live;
-    Uint32 capacity;
-    Uint32 used;
-
-    static size_t slotsOffset()
-    {
-        const size_t align = alignof(CIMPropertyRep);
-        return (sizeof(CIMPropertyBlockStorage) + align - 1) / align * align;
-    }
-
-    CIMPropertyRep* slot(Uint32 i)
-    {
-        char* base = reinterpret_cast<char*>(this) + slotsOffset();
-        return reinterpret_cast<CIMPropertyRep*>(base + i * sizeof(CIMPropertyRep));
-    }
-
-    // The block of a representation made in one.
-    static CIMPropertyBlockStorage* of(const CIMPropertyRep* rep)
-    {
-        const char* base = reinterpret_cast<const char*>(rep) -
-            (rep->slot() - 1) * sizeof(CIMPropertyRep) - slotsOffset();
-        return reinterpret_cast<CIMPropertyBlockStorage*>(const_cast<char*>(base));
-    }
-
-    void drop(Uint32 n)
-    {
-        if (live.fetch_sub(n, std::memory_order_acq_rel) == n)
-        {
-            this->~CIMPropertyBlockStorage();
-            ::operator delete(this);
-        }
-    }
-};
-
 static_assert(sizeof(CIMPropertyRep) <= 32, "a property representation takes 32 bytes");
 
 namespace
@@ -68,7 +28,7 @@ Uint32 slotsPerStorage()
 } // namespace
 
 CIMPropertyBlock::CIMPropertyBlock(Uint32 capacity)
-    : _storage(0), _remaining(capacity)
+    : _first(0), _storage(0), _remaining(capacity)
 {
 }
 
@@ -83,19 +43,26 @@ CIMPropertyRep* CIMPropertyBlock::copy(const CIMPropertyRep& x,
 {
     if (!_storage || _storage->used == _storage->capacity)
     {
-        if (_remaining == 0)
-            return new CIMPropertyRep(x, withQualifiers, withClassOrigin);
-        const Uint32 capacity = _remaining < slotsPerStorage() ? _remaining : slotsPerStorage();
+        // More copies than announced get blocks of one, so that every copy
+        // lies in the chain.
+        const Uint32 wanted = _remaining ? _remaining : 1;
+        const Uint32 capacity = wanted < slotsPerStorage() ? wanted : slotsPerStorage();
         void* p = ::operator new(CIMPropertyBlockStorage::slotsOffset() +
             size_t(capacity) * sizeof(CIMPropertyRep));
         CIMPropertyBlockStorage* storage = new (p) CIMPropertyBlockStorage;
         storage->live.store(1 + capacity, std::memory_order_relaxed);
-        storage->capacity = capacity;
+        storage->capacity = Uint16(capacity);
         storage->used = 0;
+        storage->next = 0;
         if (_storage)
+        {
+            _storage->next = storage;
             _storage->drop(1);
+        }
+        else
+            _first = storage;
         _storage = storage;
-        _remaining -= capacity;
+        _remaining = _remaining > capacity ? _remaining - capacity : 0;
     }
     CIMPropertyRep* rep = new (_storage->slot(_storage->used))
         CIMPropertyRep(x, withQualifiers, withClassOrigin);
@@ -141,6 +108,36 @@ void CIMPropertyBlock::releaseAll(std::vector<CIMProperty>& properties)
     }
     if (run)
         run->drop(ended);
+}
+
+void CIMPropertyBlock::releaseChain(CIMPropertyBlockStorage* first)
+{
+    for (CIMPropertyBlockStorage* storage = first; storage;)
+    {
+        // Read before the block may go: it lives while one of its
+        // representations does, the ones ended here included until they
+        // are counted down.
+        CIMPropertyBlockStorage* next = storage->next;
+        const Uint32 used = storage->used;
+        Uint32 ended = 0;
+        for (Uint32 i = 0; i < used; i++)
+        {
+            CIMPropertyRep* rep = storage->slot(i);
+            if (rep->refs.load(std::memory_order_acquire) == 1)
+            {
+                rep->~CIMPropertyRep();
+                ended++;
+            }
+            else
+            {
+                rep->dropOwner();
+                repUnref(rep);
+            }
+        }
+        if (ended)
+            storage->drop(ended);
+        storage = next;
+    }
 }
 
 PEGASUS_NAMESPACE_END

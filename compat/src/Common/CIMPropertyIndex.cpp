@@ -8,7 +8,7 @@
 
 PEGASUS_NAMESPACE_BEGIN
 
-CIMPropertyIndex* CIMPropertyIndex::make(const std::vector<CIMProperty>& properties)
+CIMPropertyIndex* CIMPropertyIndex::make(const CIMPropertyStore& properties)
 {
     Uint32 size = 16;
     while (size < 2 * properties.size())
@@ -19,13 +19,13 @@ CIMPropertyIndex* CIMPropertyIndex::make(const std::vector<CIMProperty>& propert
     index->_mask = size - 1;
     for (Uint32 i = 0; i < size; i++)
         index->_slots[i] = 0;
-    for (size_t pos = 0; pos < properties.size(); pos++)
-    {
-        Uint32 slot = CIMRepAccess::rep(properties[pos])->hash() & index->_mask;
+    Uint32 pos = 0;
+    properties.forEach([&](const CIMPropertyRep* rep) {
+        Uint32 slot = rep->hash() & index->_mask;
         while (index->_slots[slot])
             slot = (slot + 1) & index->_mask;
-        index->_slots[slot] = Uint16(pos + 1);
-    }
+        index->_slots[slot] = Uint16(++pos);
+    });
     return index;
 }
 
@@ -35,7 +35,7 @@ void CIMPropertyIndex::destroy(CIMPropertyIndex* index)
     ::operator delete(index);
 }
 
-Uint32 CIMPropertyIndex::find(const std::vector<CIMProperty>& properties,
+Uint32 CIMPropertyIndex::find(const CIMPropertyStore& properties,
     const CIMName& name, Uint32 hash) const
 {
     for (Uint32 slot = hash & _mask;; slot = (slot + 1) & _mask)
@@ -43,7 +43,7 @@ Uint32 CIMPropertyIndex::find(const std::vector<CIMProperty>& properties,
         Uint32 entry = _slots[slot];
         if (!entry)
             return PEG_NOT_FOUND;
-        const CIMPropertyRep* rep = CIMRepAccess::rep(properties[entry - 1]);
+        const CIMPropertyRep* rep = properties.at(entry - 1);
         if (rep->hash() == hash && rep->name().equal(name))
             return entry - 1;
     }

@@ -12,6 +12,8 @@
 
 PEGASUS_NAMESPACE_BEGIN
 
+class CIMPropertyStore;
+
 // Finds a property by name without walking the list. A class makes its
 // index once, when instances are first built from it; the instances built
 // with all its properties hold them at the same positions under the same
@@ -26,7 +28,7 @@ public:
     static const Uint32 MIN_PROPERTIES = 8;
 
     // An index of properties, with one reference for the caller.
-    static CIMPropertyIndex* make(const std::vector<CIMProperty>& properties);
+    static CIMPropertyIndex* make(const CIMPropertyStore& properties);
 
     static CIMPropertyIndex* ref(CIMPropertyIndex* index)
     {
@@ -44,7 +46,7 @@ public:
     // The position in properties (the list the index was made of, or one
     // with the same names at the same positions) of the property called
     // name, whose nameHash is hash; PEG_NOT_FOUND if there is none.
-    Uint32 find(const std::vector<CIMProperty>& properties,
+    Uint32 find(const CIMPropertyStore& properties,
         const CIMName& name, Uint32 hash) const;
 
 private:

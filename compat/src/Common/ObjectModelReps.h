@@ -112,6 +112,24 @@ struct CIMRepAccess
     }
 };
 
+// A handle on a representation that someone else holds, counting no
+// reference of its own: for reading in place while the holder keeps it.
+template<class H>
+class BorrowedHandle
+{
+public:
+    template<class R>
+    explicit BorrowedHandle(R* rep) : _handle(CIMRepAccess::adopt<H>(rep)) {}
+    ~BorrowedHandle() { CIMRepAccess::forget(_handle); }
+    const H& operator*() const { return _handle; }
+
+private:
+    BorrowedHandle(const BorrowedHandle&) = delete;
+    BorrowedHandle& operator=(const BorrowedHandle&) = delete;
+
+    H _handle;
+};
+
 // Assigns a representation to a handle's pointer, keeping counts right even
 // when both are the same.
 template<class R, class S>
@@ -349,6 +367,12 @@ public:
     Boolean identical(const CIMMethodRep* x) const;
 };
 
+PEGASUS_NAMESPACE_END
+
+#include "CIMPropertyStore.h"
+
+PEGASUS_NAMESPACE_BEGIN
+
 // What classes and instances have in common: a path (which carries the class
 // name), qualifiers and properties.
 class CIMObjectRep : public RefCountedRep
@@ -369,7 +393,7 @@ public:
     Uint32 findProperty(const CIMName& name) const;
     CIMPropertyRep* propertyAt(Uint32 index) const;
     void removeProperty(Uint32 index);
-    Uint32 propertyCount() const { return Uint32(properties.size()); }
+    Uint32 propertyCount() const { return properties.size(); }
 
     // The name index of the properties, made now if there is none yet
     // (safe while other threads read the object); 0 for short lists.
@@ -379,7 +403,7 @@ public:
 
     CIMObjectPath reference;
     CIMQualifierList qualifiers;
-    std::vector<CIMProperty> properties;
+    CIMPropertyStore properties;
     // The name index of properties, or 0 (see CIMPropertyIndex); the object
     // holds one reference.
     mutable std::atomic<CIMPropertyIndex*> nameIndex;
@@ -427,10 +451,6 @@ public:
     CIMObjectPath buildPath(const CIMClassRep* cimClass) const;
     void instanceFilter(Boolean includeQualifiers, Boolean includeClassOrigin,
         const CIMPropertyList& propertyList);
-
-    // Reserves room for n properties (used when building from a class).
-    void reserve(Uint32 n) { properties.reserve(n); }
-    void appendOwned(CIMPropertyRep* rep);
 };
 
 class CIMParamValueRep : public RefCountedRep

@@ -396,3 +396,68 @@ TEST(BuildInstance, CopiesFollowEarlierHandlesAndLaterChanges)
         }
     }
 }
+
+TEST(BuildInstance, LongListsKeepOrderValuesAndHandlesAcrossTheirWhole)
+{
+    // Seventy properties: more than one allocation holds for an instance.
+    const Uint32 n = 70;
+    CIMClass cls("Long");
+    for (Uint32 i = 0; i < n; i++)
+    {
+        String name("P");
+        name.appendPrintf("%u", i);
+        cls.addProperty(CIMProperty(CIMName(name), CIMValue(i)));
+    }
+    auto expectList = [](const CIMConstInstance& inst, const std::vector<Uint32>& numbers) {
+        ASSERT_EQ(numbers.size(), inst.getPropertyCount());
+        for (Uint32 pos = 0; pos < numbers.size(); pos++)
+        {
+            String name("p");
+            name.appendPrintf("%u", numbers[pos]);
+            SCOPED_TRACE(name);
+            EXPECT_EQ(pos, inst.findProperty(CIMName(name)));
+            Uint32 value = 0;
+            inst.getProperty(pos).getValue().get(value);
+            EXPECT_EQ(numbers[pos], value % 1000);
+        }
+    };
+    std::vector<Uint32> all;
+    for (Uint32 i = 0; i < n; i++)
+        all.push_back(i);
+
+    CIMInstance inst = cls.buildInstance(false, false, CIMPropertyList());
+    CIMInstance copy = inst.clone();
+    expectList(inst, all);
+    expectList(copy, all);
+    CIMProperty kept = inst.getProperty(65);
+    inst.getProperty(31).setValue(CIMValue(Uint32(1031)));
+    inst.getProperty(65).setValue(CIMValue(Uint32(1065)));
+
+    // Removed and added properties, in order, values kept.
+    inst.removeProperty(30);
+    inst.addProperty(CIMProperty("P70", CIMValue(Uint32(70))));
+    std::vector<Uint32> changed(all.begin(), all.begin() + 30);
+    for (Uint32 i = 31; i <= n; i++)
+        changed.push_back(i);
+    expectList(inst, changed);
+    Uint32 value = 0;
+    inst.getProperty(30).getValue().get(value);
+    EXPECT_EQ(1031u, value);
+    expectList(copy, all);
+    copy.getProperty(31).getValue().get(value);
+    EXPECT_EQ(31u, value);
+
+    expectList(cls.buildInstance(false, false, names({"P69", "P0", "P35"})), {0, 35, 69});
+    CIMInstance filtered = cls.buildInstance(false, false, CIMPropertyList());
+    filtered.instanceFilter(false, false, names({"P64", "P1", "P33"}));
+    expectList(filtered, {1, 33, 64});
+
+    // A handle outlives its instance, whose last copy goes on another thread.
+    std::thread([&inst, &copy] {
+        inst = CIMInstance();
+        copy = CIMInstance();
+    }).join();
+    kept.getValue().get(value);
+    EXPECT_EQ(1065u, value);
+    EXPECT_EQ(String("P65"), kept.getName().getString());
+}

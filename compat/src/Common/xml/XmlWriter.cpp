@@ -1085,9 +1085,10 @@ void XmlWriter::appendInstance(const CIMConstInstance& inst)
         for (Uint32 i = 0; i < inst.getQualifierCount(); i++)
             appendQualifier(inst.getQualifier(i));
     }
-    // The instance's own handles, read in place: no handle is copied.
-    for (const CIMProperty& p : checkedRep(CIMRepAccess::rep(inst))->properties)
-        _property(p);
+    // The instance's own properties, read in place: no handle is copied.
+    checkedRep(CIMRepAccess::rep(inst))->properties.forEach([this](CIMPropertyRep* rep) {
+        _property(*BorrowedHandle<CIMProperty>(rep));
+    });
     _skipQualifiers = saved;
     _lit("</INSTANCE>\n");
 }
