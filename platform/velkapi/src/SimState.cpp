@@ -236,7 +236,8 @@ Task parseTask(const Reader& r, const json& t, const std::string& place)
     const json& phases = r.array(t, place, "phases");
     if (phases.size() > TSK_MAX_PHASES)
         r.fail(place + "/phases", "more than " + std::to_string(TSK_MAX_PHASES) + " phases");
-    task.phases.reserve(phases.size());
+    std::vector<std::string> phaseNames;
+    phaseNames.reserve(phases.size());
     for (std::size_t i = 0; i < phases.size(); ++i) {
         const std::string p = place + "/phases/" + std::to_string(i);
         if (!phases[i].is_string())
@@ -244,13 +245,15 @@ Task parseTask(const Reader& r, const json& t, const std::string& place)
         std::string name = phases[i].get<std::string>();
         if (name.size() >= TSK_PHASE_NAME_LEN)
             r.fail(p, "longer than " + std::to_string(TSK_PHASE_NAME_LEN - 1) + " characters");
-        task.phases.push_back(std::move(name));
+        phaseNames.push_back(std::move(name));
     }
+    if (!phaseNames.empty())
+        task.phases = std::make_shared<const std::vector<std::string>>(std::move(phaseNames));
     task.stepMax = static_cast<int>(r.integer(t, place, "step_max", 0, 0, 1000000));
     task.start = r.time(t, place, "start", 0, true);
     task.duration = r.integer(t, place, "duration", 0, 0, 100ll * 365 * 86400);
     task.state = r.choice(t, place, "state", TaskState::Running, kStates);
-    const int phaseMax = static_cast<int>(task.phases.size());
+    const int phaseMax = static_cast<int>(task.phases->size());
     const bool ended = task.state != TaskState::Running;
     task.currPhase = static_cast<int>(r.integer(t, place, "curr_phase", ended ? phaseMax : (phaseMax ? 1 : 0),
                                                 -1000000, 1000000));
@@ -276,6 +279,12 @@ Task parseTask(const Reader& r, const json& t, const std::string& place)
 }
 
 } // namespace
+
+const PhaseNames& noPhases()
+{
+    static const PhaseNames none = std::make_shared<const std::vector<std::string>>();
+    return none;
+}
 
 const char* taskTypeName(int type)
 {
@@ -371,9 +380,16 @@ ArrayState parseState(const std::string& text, const std::string& source, std::i
     std::map<std::uint32_t, std::size_t> seen;
     // Exactly the room the tasks need: the list lives as long as the array.
     st.tasks.reserve(tasks.size());
+    // Equal phase lists are kept once.
+    std::map<std::vector<std::string>, PhaseNames> phaseLists;
     for (std::size_t i = 0; i < tasks.size(); ++i) {
         const std::string p = "/tasks/" + std::to_string(i);
         Task t = parseTask(r, tasks[i], p);
+        auto known = phaseLists.find(*t.phases);
+        if (known != phaseLists.end())
+            t.phases = known->second;
+        else
+            phaseLists.emplace(*t.phases, t.phases);
         auto ins = seen.emplace(t.id, i);
         if (!ins.second)
             r.fail(p + "/id", "duplicate task id " + std::to_string(t.id) + " (also /tasks/"
@@ -504,7 +520,7 @@ std::string serializeState(const ArrayState& st)
         if (!t.user.empty())
             j["user"] = t.user;
         j["priority"] = nameOf(t.priority, kPriorities);
-        j["phases"] = t.phases;
+        j["phases"] = *t.phases;
         j["step_max"] = t.stepMax;
         j["start"] = t.start;
         if (t.duration)
@@ -598,7 +614,7 @@ namespace {
 // Counters and last change of a running, time-driven task at `now`.
 void progressAt(const Task& task, std::int64_t now, int* phase, int* step, std::int64_t* lastChange)
 {
-    const int phaseMax = static_cast<int>(task.phases.size());
+    const int phaseMax = static_cast<int>(task.phases->size());
     const std::int64_t units = static_cast<std::int64_t>(std::max(phaseMax, 1)) * std::max(task.stepMax, 1);
     std::int64_t elapsed = std::min(std::max<std::int64_t>(now - task.start, 0), task.duration);
     std::int64_t done = elapsed * units / task.duration;
@@ -627,7 +643,7 @@ void settleTask(Task& task, std::int64_t now)
     if (taskEnded(task, now, &end)) {
         task.state = task.error ? TaskState::Failed : TaskState::Completed;
         task.end = end;
-        task.currPhase = static_cast<int>(task.phases.size());
+        task.currPhase = static_cast<int>(task.phases->size());
         task.currStep = task.stepMax;
         return;
     }
@@ -645,10 +661,11 @@ void taskRecord(const Task& task, std::int64_t now, tsk_data_t* out)
     out->taskid.tid = task.id;
     copyText(out->tsk_name, sizeof(out->tsk_name), task.name);
     out->tsk_type = static_cast<task_e>(task.type);
-    for (std::size_t i = 0; i < task.phases.size() && i < TSK_MAX_PHASES; ++i)
-        copyText(out->tsk_phase_names[i], TSK_PHASE_NAME_LEN, task.phases[i]);
+    const std::vector<std::string>& phases = *task.phases;
+    for (std::size_t i = 0; i < phases.size() && i < TSK_MAX_PHASES; ++i)
+        copyText(out->tsk_phase_names[i], TSK_PHASE_NAME_LEN, phases[i]);
     out->tsk_written_to_pr = task.writtenToPr;
-    out->tsk_phase_max = static_cast<int>(task.phases.size());
+    out->tsk_phase_max = static_cast<int>(phases.size());
     out->tsk_step_max = task.stepMax;
     out->tsk_flags = task.flags;
     out->tsk_start_time = task.start;

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -21,30 +22,40 @@ struct User {
 
 enum class TaskState { Running, Completed, Failed, Cancelled };
 
+// A task's phase names, never changed once made: tasks with the same names
+// share one list (an array repeats a few lists over many tasks).
+using PhaseNames = std::shared_ptr<const std::vector<std::string>>;
+
+// The list of no phases, shared.
+const PhaseNames& noPhases();
+
+// Members ordered by size, so that the many tasks of an array carry no
+// padding.
 struct Task {
     std::uint32_t id = 0;
     int type = 0;
     std::string name;
     std::string user;
-    int priority = MED_PRI;
-    std::vector<std::string> phases;
-    int stepMax = 0;
+    std::string errorText;
+    std::string detail;
+    PhaseNames phases = noPhases();
     std::int64_t start = 0;
     // Seconds from start to the natural end; 0: the counters below are fixed
     // and the task does not end by itself.
     std::int64_t duration = 0;
+    std::int64_t end = 0;
+    std::int64_t lastUpdate = -1;         // -1: derived from the progress
+    int priority = MED_PRI;
+    int stepMax = 0;
     int currPhase = 0;
     int currStep = 0;
     TaskState state = TaskState::Running;
-    std::int64_t end = 0;
-    // For an ended task its error; for a running one how it will end.
+    // For an ended task its error (errorText above); for a running one how
+    // it will end.
     int error = 0;
-    std::string errorText;
-    std::string detail;
     std::uint32_t flags = 0;
     int writtenToPr = 0;
     std::uint32_t domain = 0xFFFFFFFFu;   // no domain
-    std::int64_t lastUpdate = -1;         // -1: derived from the progress
 };
 
 struct RcTarget {
