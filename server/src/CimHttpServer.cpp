@@ -25,6 +25,9 @@ thread_local ConnectionStream* tlsStream = nullptr;
 // ends after the answer.
 thread_local bool tlsHeadersChecked = false;
 thread_local bool tlsCloseAfterAnswer = false;
+// The body's deadline was set for this request already (by a read the
+// server began itself and left to the library).
+thread_local bool tlsBodyDeadlineSet = false;
 
 using Clock = ConnectionStream::Clock;
 
@@ -42,6 +45,21 @@ bool userName(uid_t uid, std::string& user)
     if (::getpwuid_r(uid, &pw, buf.data(), buf.size(), &result) != 0 || !result)
         return false;
     user = result->pw_name;
+    return true;
+}
+
+// Writes every byte (a write may take only some); false when the
+// connection failed.
+bool writeAll(ConnectionStream& stream, const char* data, size_t size)
+{
+    while (size > 0)
+    {
+        ssize_t n = stream.write(data, size);
+        if (n <= 0)
+            return false;
+        data += n;
+        size -= static_cast<size_t>(n);
+    }
     return true;
 }
 
@@ -164,7 +182,7 @@ bool CimHttpServer::checkHeaders(const httplib::Request& req, httplib::Response&
     if (tlsHeadersChecked)
         return false;
     tlsHeadersChecked = true;
-    if (tlsStream)
+    if (tlsStream && !tlsBodyDeadlineSet)
         tlsStream->setDeadline(Clock::now() + std::chrono::seconds(_limits.bodyTimeoutSeconds));
     if (_headerCheck && _headerCheck(req, res))
     {
@@ -172,6 +190,70 @@ bool CimHttpServer::checkHeaders(const httplib::Request& req, httplib::Response&
         return true;
     }
     return false;
+}
+
+CimHttpServer::Plain CimHttpServer::servePlain(ConnectionStream& stream, RequestHead& head,
+    bool last)
+{
+    for (;;)
+    {
+        RequestHead::Result r = head.parse(stream.pending(), stream.pendingSize());
+        if (r == RequestHead::Result::Other)
+            return Plain::NotTaken;
+        if (r == RequestHead::Result::Plain)
+            break;
+        if (!stream.receiveMore())
+            return Plain::NotTaken;
+    }
+    if (head.contentLength() > payload_max_length_ || !_plainCheck(head))
+        return Plain::NotTaken;
+    // The body's time starts now, and stays where it is should the library
+    // take the request over after all.
+    stream.setDeadline(Clock::now() + std::chrono::seconds(_limits.bodyTimeoutSeconds));
+    tlsBodyDeadlineSet = true;
+    size_t total = head.headBytes() + head.contentLength();
+    while (stream.pendingSize() < total)
+        if (!stream.receiveMore())
+            return Plain::NotTaken;
+    std::string body(stream.pending() + head.headBytes(), head.contentLength());
+    stream.consume(total);
+
+    PlainAnswer answer;
+    _plainHandler(head, body, answer);
+    AnswerHead& h = answer.head;
+    bool close = last || head.closeAfter();
+    if (close)
+        h.set("Connection", "close");
+    else
+        h.set("Keep-Alive", "timeout=" + std::to_string(keep_alive_timeout_sec_) +
+            ", max=" + std::to_string(keep_alive_max_count_));
+    size_t size = answer.blocks ? answer.blocks->size() : answer.body.size();
+    if (!h.has("Content-Length"))
+        h.set("Content-Length", std::to_string(size));
+    std::string text;
+    text.reserve(256 + (answer.blocks ? 0 : answer.body.size()));
+    h.write(text);
+    bool ok;
+    if (answer.blocks)
+    {
+        ok = writeAll(stream, text.data(), text.size());
+        for (size_t offset = 0; ok && offset < size;)
+        {
+            const char* data = nullptr;
+            size_t n = answer.blocks->read(offset, data, size - offset);
+            ok = n > 0 && writeAll(stream, data, n);
+            offset += n;
+        }
+    }
+    else
+    {
+        text += answer.body;
+        ok = writeAll(stream, text.data(), text.size());
+    }
+    ok = stream.flush() && ok;
+    if (answer.sent)
+        answer.sent();
+    return ok && !close ? Plain::Served : Plain::Ended;
 }
 
 bool CimHttpServer::process_and_close_socket(socket_t sock)
@@ -215,6 +297,7 @@ bool CimHttpServer::process_and_close_socket(socket_t sock)
         {
             tlsConnection = &info;
             tlsStream = &stream;
+            RequestHead head;  // kept for the connection: its room is reused
             size_t count = keep_alive_max_count_;
             auto stopped = [this] { return svr_sock_ == INVALID_SOCKET; };
             stream.setStopped(stopped);
@@ -226,8 +309,20 @@ bool CimHttpServer::process_and_close_socket(socket_t sock)
                 info.user.clear();
                 tlsHeadersChecked = false;
                 tlsCloseAfterAnswer = false;
+                tlsBodyDeadlineSet = false;
                 if (!stream.stripExtensionMethod(info.mpost))
                     break;
+                if (_plainHandler)
+                {
+                    Plain plain = servePlain(stream, head, count == 1);
+                    if (plain == Plain::Ended)
+                        break;
+                    if (plain == Plain::Served)
+                    {
+                        --count;
+                        continue;
+                    }
+                }
                 bool connectionClosed = false;
                 bool ok = process_request(stream, count == 1, connectionClosed,
                     std::function<void(httplib::Request&)>());

@@ -16,19 +16,24 @@
 #ifndef CIMHOST_CIM_HTTP_SERVER_H
 #define CIMHOST_CIM_HTTP_SERVER_H
 
+#include "AnswerHead.h"
+#include "BufferedAnswerBody.h"
 #include "PasswordFile.h"
+#include "RequestHead.h"
 
 #include <httplib.h>
 #include <openssl/ssl.h>
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 
 namespace cimhost
 {
 
+class ConnectionStream;
 class Logger;
 
 // What the request handlers know about the connection they run for.
@@ -45,6 +50,17 @@ struct ConnectionInfo
     std::string acceptedAuthorization;
     std::string acceptedUser;
     PasswordFile::Acceptance acceptance;
+};
+
+// The answer to a request the server read itself (see setPlainHandler).
+struct PlainAnswer
+{
+    AnswerHead head;
+    std::string body;
+    // A large body, sent block by block instead of `body`.
+    std::shared_ptr<BufferedAnswerBody> blocks;
+    // Runs once the answer has been sent or has failed.
+    std::function<void()> sent;
 };
 
 struct ListenerLimits
@@ -85,11 +101,34 @@ public:
     using HeaderCheck = std::function<bool(const httplib::Request&, httplib::Response&)>;
     void setHeaderCheck(HeaderCheck check) { _headerCheck = std::move(check); }
 
+    // Requests of the common case (see RequestHead) are read and answered
+    // without the library's per-request objects once both are set. The
+    // check says whether such a request passes the header check outright,
+    // with nothing to log or count (it may set ConnectionInfo::user); a
+    // request it does not pass goes through the library as any other. The
+    // handler answers the requests that pass.
+    using PlainCheck = std::function<bool(const RequestHead&)>;
+    using PlainHandler =
+        std::function<void(const RequestHead&, const std::string& body, PlainAnswer&)>;
+    void setPlainHandler(PlainCheck check, PlainHandler handler)
+    {
+        _plainCheck = std::move(check);
+        _plainHandler = std::move(handler);
+    }
+
     // The connection of the request being handled on this thread.
     static ConnectionInfo* currentConnection();
 
 private:
+    enum class Plain
+    {
+        NotTaken,  // left to the library, every byte still unread
+        Served,    // answered; the connection goes on
+        Ended      // answered, or failed while answering; the connection ends
+    };
+
     bool process_and_close_socket(socket_t sock) override;
+    Plain servePlain(ConnectionStream& stream, RequestHead& head, bool last);
     bool checkHeaders(const httplib::Request& req, httplib::Response& res);
     bool admit(const std::string& peer);
     void release(const std::string& peer);
@@ -99,6 +138,8 @@ private:
     Logger& _logger;
     SSL_CTX* _tls = nullptr;
     HeaderCheck _headerCheck;
+    PlainCheck _plainCheck;
+    PlainHandler _plainHandler;
 
     std::mutex _peersMutex;
     std::map<std::string, int> _peers;  // open connections per peer

@@ -62,6 +62,13 @@ public:
     // POST. False when the connection ended or stalled before the method.
     bool stripExtensionMethod(bool& mpost);
 
+    // The bytes received and not read yet; receiveMore() adds to them
+    // (waiting until the deadline), consume() takes them as read.
+    const char* pending() const { return _data.data() + _pos; }
+    size_t pendingSize() const { return buffered(); }
+    bool receiveMore() { return fill(); }
+    void consume(size_t size) { _pos += size; }
+
     // Sends raw bytes (an answer given before any request was parsed).
     void sendRaw(const std::string& text);
 

@@ -48,11 +48,12 @@ bool iequalsPrefix(const std::string& text, const std::string& prefix)
     return true;
 }
 
-std::string headerValue(const httplib::Request& req, const char* name)
+// The first value of a field; also in the "NN-" prefixed form of M-POST.
+template <class Fields>
+std::string fieldValue(const Fields& fields, const char* name)
 {
-    // Also the "NN-" prefixed form of M-POST.
     size_t n = std::strlen(name);
-    for (const auto& h : req.headers)
+    for (const auto& h : fields)
     {
         const std::string& key = h.first;
         if (key.size() == n && ::strcasecmp(key.c_str(), name) == 0)
@@ -63,6 +64,11 @@ std::string headerValue(const httplib::Request& req, const char* name)
             return h.second;
     }
     return std::string();
+}
+
+std::string headerValue(const httplib::Request& req, const char* name)
+{
+    return fieldValue(req.headers, name);
 }
 
 // Text from the client as it goes into a log line: quotes, backslashes,
@@ -96,7 +102,8 @@ std::string logText(const std::string& text)
 // fields (names compared as the field map compares them).
 struct CheckedFields
 {
-    explicit CheckedFields(const httplib::Headers& headers)
+    template <class Fields>
+    explicit CheckedFields(const Fields& headers)
     {
         for (const auto& h : headers)
         {
@@ -231,23 +238,14 @@ void HttpFrontEnd::configure(CimHttpServer& server, Transport transport)
     server.Post(".*", [this](const httplib::Request& req, httplib::Response& res) {
         handle(req, res);
     });
+    server.setPlainHandler(
+        [this, transport](const RequestHead& head) { return passesAtOnce(head, transport); },
+        [this](const RequestHead& head, const std::string& body, PlainAnswer& answer) {
+            answerPlain(head, body, answer);
+        });
     server.set_exception_handler(
         [this](const httplib::Request& req, httplib::Response& res, std::exception_ptr ep) {
-            std::string what = "unknown exception";
-            try
-            {
-                if (ep)
-                    std::rethrow_exception(ep);
-            }
-            catch (const std::exception& e)
-            {
-                what = e.what();
-            }
-            catch (...)
-            {
-            }
-            _logger.error("internal failure serving " + req.method + " " + logText(req.path) +
-                ": " + what);
+            logFailure(req.method, req.path, ep);
             res.status = 500;
             res.body.clear();
         });
@@ -350,26 +348,8 @@ bool HttpFrontEnd::checkHeaders(const httplib::Request& req, httplib::Response& 
 
 void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
 {
-    auto started = std::chrono::steady_clock::now();
-    const ConnectionInfo* conn = CimHttpServer::currentConnection();
-
-    // What the log line of this request needs once the answer is out; the
-    // line itself is made only when it is written.
-    auto state = std::make_shared<Answer>();
-    state->started = started;
-    state->ip = conn->remoteIp;
-    state->user = conn->user;
-    state->method = conn->mpost ? "M-POST" : req.method;
-    state->cimMethod = headerValue(req, "CIMMethod");
-    state->cimObject = headerValue(req, "CIMObject");
-    OperationContext& context = state->context;
-#ifdef PEGASUS_HAS_IDENTITY_IP_ADDRESS
-    context.insert(IdentityContainer(String(state->user.c_str()), String(state->ip.c_str())));
-#else
-    context.insert(IdentityContainer(String(state->user.c_str())));
-#endif
-    context.insert(AcceptLanguageListContainer(AcceptLanguageList()));
-    context.insert(ContentLanguageListContainer(ContentLanguageList()));
+    std::shared_ptr<Answer> state =
+        newAnswer(req.method, headerValue(req, "CIMMethod"), headerValue(req, "CIMObject"));
 
     CimXmlHeaders headers;
     headers.reserve(req.headers.size());
@@ -450,6 +430,135 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
             if (size >= TRIM_AFTER_BYTES)
                 _trimmer.largeAnswerEnded();
         });
+}
+
+std::shared_ptr<HttpFrontEnd::Answer> HttpFrontEnd::newAnswer(const std::string& method,
+    std::string cimMethod, std::string cimObject)
+{
+    auto started = std::chrono::steady_clock::now();
+    const ConnectionInfo* conn = CimHttpServer::currentConnection();
+
+    // What the log line of this request needs once the answer is out; the
+    // line itself is made only when it is written.
+    auto state = std::make_shared<Answer>();
+    state->started = started;
+    state->ip = conn->remoteIp;
+    state->user = conn->user;
+    state->method = conn->mpost ? "M-POST" : method;
+    state->cimMethod = std::move(cimMethod);
+    state->cimObject = std::move(cimObject);
+    OperationContext& context = state->context;
+#ifdef PEGASUS_HAS_IDENTITY_IP_ADDRESS
+    context.insert(IdentityContainer(String(state->user.c_str()), String(state->ip.c_str())));
+#else
+    context.insert(IdentityContainer(String(state->user.c_str())));
+#endif
+    context.insert(AcceptLanguageListContainer(AcceptLanguageList()));
+    context.insert(ContentLanguageListContainer(ContentLanguageList()));
+    return state;
+}
+
+void HttpFrontEnd::logFailure(const std::string& method, const std::string& path,
+    std::exception_ptr failure)
+{
+    std::string what = "unknown exception";
+    try
+    {
+        if (failure)
+            std::rethrow_exception(failure);
+    }
+    catch (const std::exception& e)
+    {
+        what = e.what();
+    }
+    catch (...)
+    {
+    }
+    _logger.error("internal failure serving " + method + " " + logText(path) + ": " + what);
+}
+
+bool HttpFrontEnd::passesAtOnce(const RequestHead& head, Transport transport)
+{
+    // The request line is POST (or M-POST) in HTTP/1.1 by construction.
+    ConnectionInfo* conn = CimHttpServer::currentConnection();
+    CheckedFields fields(head.fields());
+    if (fields.hosts == 0 || !contentLengthOk(fields))
+        return false;
+    if (transport == Transport::Local)
+    {
+        if (!conn->peerKnown)
+            return false;
+        conn->user = conn->peerUser;
+        return true;
+    }
+    // Only the credentials this connection had accepted: any other check
+    // counts failures or logs, and is left to the usual path.
+    if (fields.authorizations != 1 || !_passwords || conn->acceptedAuthorization.empty() ||
+        *fields.authorization != conn->acceptedAuthorization ||
+        !_passwords->stillAccepted(conn->acceptance))
+        return false;
+    conn->user = conn->acceptedUser;
+    return true;
+}
+
+void HttpFrontEnd::answerPlain(const RequestHead& head, const std::string& body,
+    PlainAnswer& out)
+{
+    // As the library's path answers: the same answer, log line and failure.
+    try
+    {
+        std::shared_ptr<Answer> state = newAnswer("POST", fieldValue(head.fields(), "CIMMethod"),
+            fieldValue(head.fields(), "CIMObject"));
+        std::unique_ptr<RequestSlots::Hold> slot(new RequestSlots::Hold(_slots));
+        CimXmlHttpResponse answer =
+            _processor.prepare(state->method, head.fields(), body, state->call);
+
+        out.head.status = static_cast<int>(answer.status);
+        std::string contentType;
+        for (const auto& h : answer.headers)
+        {
+            if (iequalsPrefix(h.first, "Content-Type") && h.first.size() == 12)
+                contentType = h.second;
+            else
+                out.head.set(h.first, h.second);
+        }
+        if (answer.status != 200)
+        {
+            if (!contentType.empty())
+                out.head.set("Content-Type", contentType);
+            logAnswer(*state, answer.status, 0, answer.header("CIMError"));
+            return;
+        }
+        if (contentType.empty())
+            contentType = "application/xml";
+
+        auto sink = std::make_shared<BufferedAnswerBody>();
+        Uint32 code = _processor.run(state->call, state->context, *sink);
+        slot.reset();
+        state->call = CimXmlRequestProcessor::Call();
+        logAnswer(*state, 200, code, std::string());
+        out.head.set("Content-Type", contentType);
+        size_t size = sink->size();
+        if (size < BufferedAnswerBody::BLOCK_BYTES)
+        {
+            out.body = sink->take();
+            return;
+        }
+        out.blocks = sink;
+        out.sent = [this, sink, size] {
+            sink->discard();
+            if (size >= TRIM_AFTER_BYTES)
+                _trimmer.largeAnswerEnded();
+        };
+    }
+    catch (...)
+    {
+        logFailure("POST", head.target(), std::current_exception());
+        out.head.status = 500;
+        out.body.clear();
+        out.blocks.reset();
+        out.sent = nullptr;
+    }
 }
 
 bool HttpFrontEnd::acceptsTrailers(const httplib::Request& req)

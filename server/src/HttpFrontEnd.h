@@ -20,6 +20,7 @@
 #include <Pegasus/Common/OperationContext.h>
 
 #include <chrono>
+#include <exception>
 #include <memory>
 #include <string>
 #include <thread>
@@ -37,6 +38,8 @@ namespace cimhost
 
 class CimHttpServer;
 class Logger;
+class RequestHead;
+struct PlainAnswer;
 struct ListenerLimits;
 class PasswordFile;
 
@@ -93,6 +96,15 @@ private:
     static constexpr size_t TRIM_AFTER_BYTES = 4 * 1024 * 1024;
     static constexpr std::chrono::milliseconds TRIM_QUIET{1000};
 
+    // The state of an answer about to be made, its operation context set up.
+    std::shared_ptr<Answer> newAnswer(const std::string& method, std::string cimMethod,
+        std::string cimObject);
+    void logFailure(const std::string& method, const std::string& path,
+        std::exception_ptr failure);
+    // The header check of a request the server read itself, for requests
+    // that pass it outright (see CimHttpServer::setPlainHandler).
+    bool passesAtOnce(const RequestHead& head, Transport transport);
+    void answerPlain(const RequestHead& head, const std::string& body, PlainAnswer& out);
     // Whether the client takes a chunked answer with trailer fields.
     static bool acceptsTrailers(const httplib::Request& req);
     void logAnswer(const Answer& answer, Pegasus::Uint32 status, Pegasus::Uint32 code,

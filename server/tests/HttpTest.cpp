@@ -678,6 +678,72 @@ TEST_F(HttpTest, MPostAndKeepAliveOnOneConnection)
     ::close(fd);
 }
 
+// Once a connection has logged in, the server reads its requests itself;
+// the answers, and whether the connection stays, are the same as on a new
+// connection, also for pipelined requests.
+TEST_F(HttpTest, ALoggedInConnectionIsAnsweredAsANewOneIs)
+{
+    std::string auth = "Authorization: " + basic("alice", "secret") + "\r\n";
+    std::string cim = "CIMOperation: MethodCall\r\nCIMMethod: EnumerateInstanceNames\r\n"
+                      "CIMObject: root%2Ftest\r\n";
+    std::string whoAmI = "CIMOperation: MethodCall\r\nCIMMethod: WhoAmI\r\n"
+                         "CIMObject: root%2ftest%3ATest_Method.Id%3D%22m%22\r\n";
+    const struct
+    {
+        const char* what;
+        std::string request;
+        bool stays;
+    } cases[] = {
+        {"POST", request("POST", ENUM_NAMES, auth + cim), true},
+        {"M-POST", request("M-POST", ENUM_NAMES, auth +
+             "Man: http://www.dmtf.org/cim/mapping/http/v1.0; ns=73\r\n"
+             "73-CIMOperation: MethodCall\r\n73-CIMMethod: EnumerateInstanceNames\r\n"
+             "73-CIMObject: root%2Ftest\r\n"), true},
+        {"percent-encoded fields, lower-case names", request("POST", WHO_AM_I,
+             auth + "cimoperation: MethodCall\r\ncimmethod: Who%41mI\r\n"
+             "CIMObject: root%2ftest%3ATest_Method.Id%3D%22m%22\r\nX-Note: 100%\r\n"), true},
+        {"malformed XML", request("POST", "<CIM><MESSAGE", auth + cim), true},
+        {"CIMMethod not the method called", request("POST", WHO_AM_I, auth + cim), true},
+        {"Connection: close", request("POST", WHO_AM_I, auth + whoAmI + "Connection: close\r\n"),
+             false},
+        {"other credentials", request("POST", ENUM_NAMES,
+             "Authorization: " + basic("alice", "wrong") + "\r\n" + cim), false},
+        {"no Host", [&] {
+             std::string r = request("POST", ENUM_NAMES, auth + cim);
+             return r.erase(r.find("Host: localhost\r\n"), 17);
+         }(), false},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        int fresh = connectTcp(port);
+        ASSERT_GE(fresh, 0);
+        std::string expected = roundTrip(fresh, c.request);
+        if (!c.stays)
+        {
+            EXPECT_TRUE(closedByServer(fresh));
+        }
+        ::close(fresh);
+
+        int fd = connectTcp(port);
+        ASSERT_GE(fd, 0);
+        std::string login = request("POST", ENUM_NAMES, auth + cim);
+        EXPECT_EQ(0u, roundTrip(fd, login).find("HTTP/1.1 200"));
+        EXPECT_EQ(expected, roundTrip(fd, c.request));
+        if (c.stays)
+        {
+            // Two requests sent at once are answered in turn.
+            std::string both = c.request + login;
+            ::send(fd, both.data(), both.size(), MSG_NOSIGNAL);
+            EXPECT_EQ(expected, readResponse(fd));
+            EXPECT_EQ(0u, readResponse(fd).find("HTTP/1.1 200"));
+        }
+        else
+            EXPECT_TRUE(closedByServer(fd));
+        ::close(fd);
+    }
+}
+
 // A connection that logged in keeps its credentials only while the password
 // file still accepts them: a change of the file refuses its next request.
 TEST_F(HttpTest, AChangedPasswordFileRefusesTheNextRequestOfALoggedInConnection)
