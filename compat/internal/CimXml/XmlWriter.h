@@ -32,6 +32,7 @@
 PEGASUS_NAMESPACE_BEGIN
 
 class CIMException;
+class CIMPropertyRep;
 
 class PEGASUS_COMMON_LINKAGE XmlWriter
 {
@@ -166,9 +167,8 @@ private:
     // lead (` NAME="`), the escaped value, and the closing quote.
     template <size_t N>
     void _attr(const char (&lead)[N], const String& value);
-    // PROPERTY, PROPERTY.ARRAY or PROPERTY.REFERENCE of a property handle.
-    template <class P>
-    void _property(const P& property);
+    // PROPERTY, PROPERTY.ARRAY or PROPERTY.REFERENCE of a property.
+    void _property(const CIMPropertyRep* property);
     template <class T>
     void _valueOf(const T& x);
     template <class T>

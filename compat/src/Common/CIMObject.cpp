@@ -12,7 +12,9 @@ PEGASUS_NAMESPACE_BEGIN
 CIMObjectRep::CIMObjectRep(const CIMName& className) : nameIndex(0)
 {
     checkName(className);
-    reference.setClassName(className);
+    CIMName name(className);
+    internName(name);
+    reference.setClassName(name);
 }
 
 CIMObjectRep::CIMObjectRep(const CIMObjectRep& x)

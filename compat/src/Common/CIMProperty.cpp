@@ -16,6 +16,7 @@ CIMPropertyDefinition::CIMPropertyDefinition(const CIMName& name_,
       propagated(propagated_), _variants{}
 {
     checkName(name);
+    internName(name);
     hash = nameHash(name);
 }
 
@@ -81,6 +82,7 @@ void CIMPropertyDefinition::forgetVariants()
 void CIMPropertyDefinition::setName(const CIMName& name_)
 {
     name = name_;
+    internName(name);
     hash = nameHash(name);
 }
 

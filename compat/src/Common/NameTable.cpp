@@ -131,6 +131,24 @@ StringRep* NameTable::internNamespace(const char* text)
     return lookup(text, true);
 }
 
+StringRep* NameTable::intern(StringRep* rep)
+{
+    if (interned(rep))
+        return rep;
+    const Uint32 n = rep->size;
+    if (n == 0 || n > MAX_LENGTH)
+        return 0;
+    char text[MAX_LENGTH + 1];
+    for (Uint32 i = 0; i < n; i++)
+    {
+        if (rep->data[i] >= 0x80)
+            return 0;
+        text[i] = char(rep->data[i]);
+    }
+    text[n] = 0;
+    return lookup(text, false);
+}
+
 StringRep* NameTable::lookup(const char* text, bool asNamespace)
 {
     std::atomic<InternedName*>& seen = recentFor(text);
@@ -183,6 +201,12 @@ StringRep* NameTable::lookup(const char* text, bool asNamespace)
     if (made)
         ::operator delete(made);
     return 0;
+}
+
+const char* NameTable::bytesOf(const StringRep* rep)
+{
+    const char* p = reinterpret_cast<const char*>(rep) - offsetof(InternedName, rep);
+    return reinterpret_cast<const InternedName*>(p)->bytes;
 }
 
 Uint32 NameTable::hashOf(const StringRep* rep)

@@ -26,9 +26,17 @@ public:
     // The same for a namespace name ("root/cimv2"): legal names of ASCII
     // characters joined by single slashes, none leading.
     static StringRep* internNamespace(const char* text);
+    // The interned representation of the text of rep when it is a legal CIM
+    // name of ASCII characters the table holds or can take (rep itself when
+    // it is one); 0 otherwise.
+    static StringRep* intern(StringRep* rep);
 
     // The case-folded hash of an interned representation.
     static Uint32 hashOf(const StringRep* rep);
+    // The text of an interned representation as bytes (ASCII letters,
+    // digits, underscores and slashes only, so that it needs no escaping),
+    // rep->size of them.
+    static const char* bytesOf(const StringRep* rep);
 
     static bool interned(const StringRep* rep)
     {

@@ -1,3 +1,4 @@
+#include <Pegasus/Common/CIMNameCast.h>
 #include "ObjectModelReps.h"
 #include "NameTable.h"
 #include "StringRep.h"
@@ -21,6 +22,18 @@ Uint32 nameHash(const CIMName& name)
     if (NameTable::interned(rep))
         return NameTable::hashOf(rep);
     return foldedNameHash(rep->data, rep->size);
+}
+
+void internName(CIMName& name)
+{
+    StringRep* rep = StringRep::of(name.getString());
+    if (NameTable::interned(rep))
+        return;
+    if (StringRep* known = NameTable::intern(rep))
+    {
+        const String text = StringRep::adopt(known);
+        name = CIMNameCast(text);
+    }
 }
 
 String quotedName(const char* kind, const CIMName& name)

@@ -112,24 +112,6 @@ struct CIMRepAccess
     }
 };
 
-// A handle on a representation that someone else holds, counting no
-// reference of its own: for reading in place while the holder keeps it.
-template<class H>
-class BorrowedHandle
-{
-public:
-    template<class R>
-    explicit BorrowedHandle(R* rep) : _handle(CIMRepAccess::adopt<H>(rep)) {}
-    ~BorrowedHandle() { CIMRepAccess::forget(_handle); }
-    const H& operator*() const { return _handle; }
-
-private:
-    BorrowedHandle(const BorrowedHandle&) = delete;
-    BorrowedHandle& operator=(const BorrowedHandle&) = delete;
-
-    H _handle;
-};
-
 // Assigns a representation to a handle's pointer, keeping counts right even
 // when both are the same.
 template<class R, class S>
@@ -479,6 +461,11 @@ void checkName(const CIMName& name);
 
 // A hash of a name that ignores ASCII case (equal names, equal hashes).
 Uint32 nameHash(const CIMName& name);
+
+// Makes name share the interned representation of its text where there is
+// one (NameTable): the names a class defines are looked up by names made
+// from literals, which then compare as one pointer, and written as bytes.
+void internName(CIMName& name);
 
 // The text of an AlreadyExistsException: kind "name".
 String quotedName(const char* kind, const CIMName& name);

@@ -17,6 +17,7 @@
 #include <Pegasus/Common/Exception.h>
 #include "../CIMDateTimeAccess.h"
 #include "../StringRep.h"
+#include "../NameTable.h"
 #include "../NumberText.h"
 #include "../ObjectModelReps.h"
 
@@ -433,6 +434,16 @@ void XmlWriter::_escaped(const char (&lead)[L], const String& s, int mode,
 {
     const StringRep* rep = StringRep::of(s);
     size_t n = rep->size;
+    if (NameTable::interned(rep))
+    {
+        // An interned name is ASCII that needs no escaping.
+        char* d = _room(L - 1 + n + T - 1);
+        std::memcpy(d, lead, L - 1);
+        std::memcpy(d + L - 1, NameTable::bytesOf(rep), n);
+        std::memcpy(d + L - 1 + n, trail, T - 1);
+        _p = d + L - 1 + n + T - 1;
+        return;
+    }
     if (n > ESCAPE_BLOCK)
     {
         _text(lead, L - 1);
@@ -945,52 +956,52 @@ void XmlWriter::appendQualifierDecl(const CIMConstQualifierDecl& d)
 void XmlWriter::appendProperty(const CIMConstProperty& p)
 {
     Scope scope(*this);
-    _property(p);
+    _property(checkedRep(CIMRepAccess::rep(p)));
 }
 
-template <class P>
-void XmlWriter::_property(const P& p)
+void XmlWriter::_property(const CIMPropertyRep* p)
 {
-    const CIMValue& v = p.getValue();
-    CIMType type = p.getType();
-    bool isArray = p.isArray();
+    const CIMValue& v = p->value;
+    const CIMPropertyDefinition* def = p->def;
+    CIMType type = v.getType();
+    bool isArray = v.isArray();
     if (type == CIMTYPE_REFERENCE)
     {
-        _attr("<PROPERTY.REFERENCE NAME=\"", p.getName().getString());
-        if (!p.getReferenceClassName().isNull())
-            _attr(" REFERENCECLASS=\"", p.getReferenceClassName().getString());
+        _attr("<PROPERTY.REFERENCE NAME=\"", def->name.getString());
+        if (!def->referenceClassName.isNull())
+            _attr(" REFERENCECLASS=\"", def->referenceClassName.getString());
     }
     else
     {
         if (isArray)
-            _attr("<PROPERTY.ARRAY NAME=\"", p.getName().getString());
+            _attr("<PROPERTY.ARRAY NAME=\"", def->name.getString());
         else
-            _attr("<PROPERTY NAME=\"", p.getName().getString());
+            _attr("<PROPERTY NAME=\"", def->name.getString());
         const Slot& typeText = typeAttr(type);
         char* d = _room(2 * sizeof(Slot::s) + 13 + NumberText::MAX_CHARS);
         d = put(d, typeText);
         if ((type == CIMTYPE_INSTANCE || type == CIMTYPE_OBJECT) &&
             (!isArray || (_flags & EXTENDED)))
             d = put(d, embeddedAttr(type));
-        if (isArray && p.getArraySize())
+        if (isArray && def->arraySize)
         {
             d = put(d, " ARRAYSIZE=\"");
-            d = NumberText::write(d, p.getArraySize());
+            d = NumberText::write(d, def->arraySize);
             *d++ = '"';
         }
         _p = d;
     }
-    if (!p.getClassOrigin().isNull())
-        _attr(" CLASSORIGIN=\"", p.getClassOrigin().getString());
-    if (p.getPropagated())
+    if (!def->classOrigin.isNull())
+        _attr(" CLASSORIGIN=\"", def->classOrigin.getString());
+    if (def->propagated)
         _lit(" PROPAGATED=\"true\">");
     else
         _lit(">");
-    Uint32 nq = _skipQualifiers ? 0 : p.getQualifierCount();
+    Uint32 nq = _skipQualifiers ? 0 : def->qualifiers.size();
     if (nq || (type == CIMTYPE_REFERENCE && !v.isNull()))
         _lit("\n");
     for (Uint32 i = 0; i < nq; i++)
-        appendQualifier(p.getQualifier(i));
+        appendQualifier(CIMRepAccess::share<CIMConstQualifier>(def->qualifiers.at(i)));
     appendValue(v);
     if (type == CIMTYPE_REFERENCE)
         _lit("</PROPERTY.REFERENCE>\n");
@@ -1086,9 +1097,8 @@ void XmlWriter::appendInstance(const CIMConstInstance& inst)
             appendQualifier(inst.getQualifier(i));
     }
     // The instance's own properties, read in place: no handle is copied.
-    checkedRep(CIMRepAccess::rep(inst))->properties.forEach([this](CIMPropertyRep* rep) {
-        _property(*BorrowedHandle<CIMProperty>(rep));
-    });
+    checkedRep(CIMRepAccess::rep(inst))->properties.forEach(
+        [this](const CIMPropertyRep* rep) { _property(rep); });
     _skipQualifiers = saved;
     _lit("</INSTANCE>\n");
 }
