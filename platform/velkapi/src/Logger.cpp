@@ -9,12 +9,6 @@
 
 namespace velksim {
 
-Logger& Logger::instance()
-{
-    static Logger logger;
-    return logger;
-}
-
 Logger::Logger()
 {
     applySettings();
@@ -28,6 +22,17 @@ void Logger::applySettings()
     hasFile_ = !path_.empty();
     maxBytes_ = static_cast<std::uint64_t>(s.logMaxBytes);
     keep_ = static_cast<unsigned>(s.logKeep);
+    updateWanted();
+}
+
+void Logger::updateWanted()
+{
+    int wanted = std::numeric_limits<int>::min();
+    if (capture_)
+        wanted = std::numeric_limits<int>::max();
+    else if (hasFile_)
+        wanted = level_;
+    wanted_ = wanted;
 }
 
 void Logger::write(int level, const std::string& text)
@@ -59,6 +64,7 @@ void Logger::setLevel(int level)
 {
     std::lock_guard<std::mutex> lock(mutex_);
     level_ = level;
+    updateWanted();
 }
 
 int Logger::level()
@@ -72,6 +78,7 @@ void Logger::setFile(const std::string& path)
     std::lock_guard<std::mutex> lock(mutex_);
     path_ = path;
     hasFile_ = !path_.empty();
+    updateWanted();
 }
 
 std::string Logger::file()
@@ -84,6 +91,7 @@ void Logger::setCapture(bool on)
 {
     std::lock_guard<std::mutex> lock(mutex_);
     capture_ = on;
+    updateWanted();
 }
 
 std::vector<LogLine> Logger::lines(bool clear)
@@ -98,8 +106,8 @@ std::vector<LogLine> Logger::lines(bool clear)
 void Logger::reset()
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    applySettings();
     capture_ = false;
+    applySettings();
     lines_.clear();
 }
 

@@ -7,24 +7,29 @@
 
 #include <atomic>
 #include <cstdint>
+#include <limits>
 #include <mutex>
 #include <string>
 #include <vector>
 
 namespace velksim {
 
-class Logger {
+// Used only inside the library: its calls are not resolved through the
+// dynamic linker, which log_message, called for every trace line, notices.
+class __attribute__((visibility("hidden"))) Logger {
 public:
-    static Logger& instance();
+    static Logger& instance()
+    {
+        static Logger logger;
+        return logger;
+    }
 
     // Whether a line of this level goes anywhere (the file or the capture):
     // checked without the lock, so that log_message formats only lines that
     // are kept.
     bool wants(int level) const
     {
-        return capture_.load(std::memory_order_relaxed) ||
-            (level <= level_.load(std::memory_order_relaxed) &&
-             hasFile_.load(std::memory_order_relaxed));
+        return level <= wanted_.load(std::memory_order_relaxed);
     }
 
     // One log_message call, already formatted.
@@ -44,6 +49,9 @@ public:
 private:
     Logger();
     void applySettings();
+    // Recomputes wanted_ after a change of the level, the file or the
+    // capture (called with the lock held).
+    void updateWanted();
 
     std::mutex mutex_;
     std::atomic<int> level_{3};
@@ -52,6 +60,9 @@ private:
     std::uint64_t maxBytes_ = 0;
     unsigned keep_ = 0;
     std::atomic<bool> capture_{false};
+    // The highest level of line that goes anywhere: any level while
+    // capturing, the threshold while there is a file, none otherwise.
+    std::atomic<int> wanted_{std::numeric_limits<int>::min()};
     std::vector<LogLine> lines_;
 };
 

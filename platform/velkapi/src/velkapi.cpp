@@ -103,26 +103,41 @@ int cim_sem_post(void)
     return AccessSemaphore::instance().post();
 }
 
+namespace {
+
+// Formats and writes one line that the log wants. Apart from log_message so
+// that a call whose line goes nowhere returns before any of this is set up.
+__attribute__((noinline)) void writeFormatted(int level, const char* format, va_list ap)
+{
+    va_list again;
+    va_copy(again, ap);
+    char small[1024];
+    const int n = std::vsnprintf(small, sizeof small, format, ap);
+    if (n >= 0 && static_cast<std::size_t>(n) < sizeof small) {
+        va_end(again);
+        Logger::instance().write(level, std::string(small, static_cast<std::size_t>(n)));
+        return;
+    }
+    if (n < 0) {
+        va_end(again);
+        return;
+    }
+    std::vector<char> big(static_cast<std::size_t>(n) + 1);
+    std::vsnprintf(big.data(), big.size(), format, again);
+    va_end(again);
+    Logger::instance().write(level, std::string(big.data(), static_cast<std::size_t>(n)));
+}
+
+} // namespace
+
 void log_message(int level, const char* format, ...)
 {
     if (!format || !Logger::instance().wants(level))
         return;
-    char small[1024];
     va_list ap;
     va_start(ap, format);
-    const int n = std::vsnprintf(small, sizeof small, format, ap);
+    writeFormatted(level, format, ap);
     va_end(ap);
-    if (n < 0)
-        return;
-    if (static_cast<std::size_t>(n) < sizeof small) {
-        Logger::instance().write(level, std::string(small, static_cast<std::size_t>(n)));
-        return;
-    }
-    std::vector<char> big(static_cast<std::size_t>(n) + 1);
-    va_start(ap, format);
-    std::vsnprintf(big.data(), big.size(), format, ap);
-    va_end(ap);
-    Logger::instance().write(level, std::string(big.data(), static_cast<std::size_t>(n)));
 }
 
 api_Status_t api_getTasks(velk_s32 maxAgeSecs, int readMode, int* count, tsk_data_t** tasks)
