@@ -148,39 +148,97 @@ void authorizeOperation(const String& userName, const String& ipAddress,
         "Does not support in generic!", SOURCE_NAME, __LINE__);
 }
 
-// The names of the job's properties, made once and shared by every job.
-struct JobPropertyNames
+// The properties of a job that buildInstance sets, in the order of their
+// names below.
+enum JobProperty
 {
-    const CIMName instanceID{"InstanceID"};
-    const CIMName name{"Name"};
-    const CIMName description{"Description"};
-    const CIMName caption{"Caption"};
-    const CIMName elementName{"ElementName"};
-    const CIMName timeOfLastStateChange{"TimeOfLastStateChange"};
-    const CIMName sourceElementName{"SourceElementName"};
-    const CIMName targetElementName{"TargetElementName"};
-    const CIMName jobState{"JobState"};
-    const CIMName jobStatus{"JobStatus"};
-    const CIMName operationalStatus{"OperationalStatus"};
-    const CIMName statusDescriptions{"StatusDescriptions"};
-    const CIMName percentComplete{"PercentComplete"};
-    const CIMName jobRunTimes{"JobRunTimes"};
-    const CIMName deleteOnCompletion{"DeleteOnCompletion"};
-    const CIMName timeBeforeRemoval{"TimeBeforeRemoval"};
-    const CIMName startTime{"StartTime"};
-    const CIMName timeSubmitted{"TimeSubmitted"};
-    const CIMName elapsedTime{"ElapsedTime"};
-    const CIMName jobType{"JobType"};
-    const CIMName owner{"Owner"};
-    const CIMName localOrUtcTime{"LocalOrUtcTime"};
-    const CIMName errorCode{"ErrorCode"};
-    const CIMName errorDescription{"ErrorDescription"};
+    INSTANCE_ID,
+    NAME,
+    DESCRIPTION,
+    CAPTION,
+    ELEMENT_NAME,
+    TIME_OF_LAST_STATE_CHANGE,
+    SOURCE_ELEMENT_NAME,
+    TARGET_ELEMENT_NAME,
+    JOB_STATE,
+    JOB_STATUS,
+    OPERATIONAL_STATUS,
+    STATUS_DESCRIPTIONS,
+    PERCENT_COMPLETE,
+    JOB_RUN_TIMES,
+    DELETE_ON_COMPLETION,
+    TIME_BEFORE_REMOVAL,
+    START_TIME,
+    TIME_SUBMITTED,
+    ELAPSED_TIME,
+    JOB_TYPE,
+    OWNER,
+    LOCAL_OR_UTC_TIME,
+    ERROR_CODE,
+    ERROR_DESCRIPTION,
+    JOB_PROPERTY_COUNT
 };
 
-const JobPropertyNames& jobPropertyNames()
+const char* const JOB_PROPERTY_NAMES[JOB_PROPERTY_COUNT] = {
+    "InstanceID",
+    "Name",
+    "Description",
+    "Caption",
+    "ElementName",
+    "TimeOfLastStateChange",
+    "SourceElementName",
+    "TargetElementName",
+    "JobState",
+    "JobStatus",
+    "OperationalStatus",
+    "StatusDescriptions",
+    "PercentComplete",
+    "JobRunTimes",
+    "DeleteOnCompletion",
+    "TimeBeforeRemoval",
+    "StartTime",
+    "TimeSubmitted",
+    "ElapsedTime",
+    "JobType",
+    "Owner",
+    "LocalOrUtcTime",
+    "ErrorCode",
+    "ErrorDescription"
+};
+
+// The names made once, shared by every job.
+const Array<CIMName>& jobPropertyNames()
 {
-    static const JobPropertyNames names;
+    static const Array<CIMName> names = [] {
+        Array<CIMName> list;
+        list.reserveCapacity(JOB_PROPERTY_COUNT);
+        for (const char* name : JOB_PROPERTY_NAMES)
+            list.append(CIMName(name));
+        return list;
+    }();
     return names;
+}
+
+// Where each job property lies in the instance (PEG_NOT_FOUND for one it
+// lacks). Every instance built from one class has them at the same places.
+void findJobProperties(const CIMInstance& instance, Array<Uint32>& slots)
+{
+    const Array<CIMName>& names = jobPropertyNames();
+    slots.clear();
+    slots.reserveCapacity(JOB_PROPERTY_COUNT);
+    for (Uint32 i = 0; i < JOB_PROPERTY_COUNT; i++)
+        slots.append(instance.findProperty(names[i]));
+}
+
+// Sets a job property where it lies; as VELK_Common::setPropertyValue, a
+// property the instance lacks is not added.
+template <class T>
+void setJobProperty(CIMInstance& instance, const Array<Uint32>& slots,
+    JobProperty property, const T& value)
+{
+    const Uint32 pos = slots[property];
+    if (pos != PEG_NOT_FOUND)
+        instance.getProperty(pos).setValue(CIMValue(value));
 }
 
 CIMProperty errorProperty(const char* name, const CIMValue& value)
@@ -623,22 +681,31 @@ int VELK_ConcreteJobProvider::_remoteGroupName(const api_rcopy_t& rcopy,
 CIMInstance VELK_ConcreteJobProvider::buildInstance(const api_rcopy_t& rcopy,
     CIMClass cimClass, const tsk_data_v103& task, String host)
 {
+    Array<Uint32> slots;
+    return buildInstance(rcopy, cimClass, task, host, slots);
+}
+
+CIMInstance VELK_ConcreteJobProvider::buildInstance(const api_rcopy_t& rcopy,
+    const CIMClass& cimClass, const tsk_data_v103& task, const String& host,
+    Array<Uint32>& slots)
+{
     log_message(4, "--> VELK_ConcreteJobProvider::buildInstance\n");
-    const JobPropertyNames& names = jobPropertyNames();
     CIMInstance instance = VELK_Common::buildInstanceSkeleton(cimClass);
+    if (slots.size() == 0)
+        findJobProperties(instance, slots);
 
     const String instanceID = makeUniqueID(task.taskid.tid);
-    VELK_Common::setPropertyValue(instance, names.instanceID, instanceID);
+    setJobProperty(instance, slots, INSTANCE_ID, instanceID);
 
     const String name = fieldText(task.tsk_name, sizeof(task.tsk_name));
-    VELK_Common::setPropertyValue(instance, names.name, name);
-    VELK_Common::setPropertyValue(instance, names.description, name);
-    VELK_Common::setPropertyValue(instance, names.caption, name);
+    setJobProperty(instance, slots, NAME, name);
+    setJobProperty(instance, slots, DESCRIPTION, name);
+    setJobProperty(instance, slots, CAPTION, name);
 
     Char16 idText[16];
     const Char16* idEnd =
         VelkText::appendPaddedDecimal(idText, task.taskid.tid, 0);
-    VELK_Common::setPropertyValue(instance, names.elementName,
+    setJobProperty(instance, slots, ELEMENT_NAME,
         String(idText, Uint32(idEnd - idText)));
 
     // The times of a task often repeat its last change (the start of a task
@@ -649,7 +716,7 @@ CIMInstance VELK_ConcreteJobProvider::buildInstance(const api_rcopy_t& rcopy,
         return t == (long)task.tsk_lastupdate_time
             ? lastChange : VELK_Common::getCIMDateTime(t);
     };
-    VELK_Common::setPropertyValue(instance, names.timeOfLastStateChange,
+    setJobProperty(instance, slots, TIME_OF_LAST_STATE_CHANGE,
         lastChange);
 
     switch (task.tsk_type)
@@ -667,13 +734,13 @@ CIMInstance VELK_ConcreteJobProvider::buildInstance(const api_rcopy_t& rcopy,
                 String target = name.subString(arrow + 2);
                 if (source.size() > 0)
                 {
-                    VELK_Common::setPropertyValue(instance,
-                        names.sourceElementName, source);
+                    setJobProperty(instance, slots,
+                        SOURCE_ELEMENT_NAME, source);
                 }
                 if (target.size() > 0)
                 {
-                    VELK_Common::setPropertyValue(instance,
-                        names.targetElementName, target);
+                    setJobProperty(instance, slots,
+                        TARGET_ELEMENT_NAME, target);
                 }
             }
             break;
@@ -687,7 +754,7 @@ CIMInstance VELK_ConcreteJobProvider::buildInstance(const api_rcopy_t& rcopy,
         case TASK_RC_FAILSAFE:
         case TASK_RC_CHG_MODE:
         {
-            VELK_Common::setPropertyValue(instance, names.sourceElementName, name);
+            setJobProperty(instance, slots, SOURCE_ELEMENT_NAME, name);
             if (task.tsk_type != TASK_RC_SYNC)
             {
                 // The task is named after its remote-copy group.
@@ -695,15 +762,15 @@ CIMInstance VELK_ConcreteJobProvider::buildInstance(const api_rcopy_t& rcopy,
                 String message;
                 if (_remoteGroupName(rcopy, name, targets, message) == 0)
                 {
-                    VELK_Common::setPropertyValue(instance,
-                        names.targetElementName, targets);
+                    setJobProperty(instance, slots,
+                        TARGET_ELEMENT_NAME, targets);
                 }
             }
             break;
         }
         case TASK_ONLINE_COPY:
         {
-            VELK_Common::setPropertyValue(instance, names.targetElementName, name);
+            setJobProperty(instance, slots, TARGET_ELEMENT_NAME, name);
             char* detailText = 0;
             try
             {
@@ -727,13 +794,13 @@ CIMInstance VELK_ConcreteJobProvider::buildInstance(const api_rcopy_t& rcopy,
                         size_t length = strcspn(source, " ");
                         if (length > 0)
                         {
-                            VELK_Common::setPropertyValue(instance,
-                                names.sourceElementName,
+                            setJobProperty(instance, slots,
+                                SOURCE_ELEMENT_NAME,
                                 String(source, (Uint32)length));
                         }
                     }
-                    VELK_Common::setPropertyValue(instance,
-                        names.timeOfLastStateChange,
+                    setJobProperty(instance, slots,
+                        TIME_OF_LAST_STATE_CHANGE,
                         VELK_Common::getCIMDateTime(
                             (long)fresh.tsk_lastupdate_time));
                 }
@@ -757,46 +824,46 @@ CIMInstance VELK_ConcreteJobProvider::buildInstance(const api_rcopy_t& rcopy,
             break;
     }
 
-    VELK_Common::setPropertyValue(instance, names.jobState, getJobState(task));
-    VELK_Common::setPropertyValue(instance, names.jobStatus, getJobStatus(task));
-    VELK_Common::setPropertyValue(instance, names.operationalStatus,
+    setJobProperty(instance, slots, JOB_STATE, getJobState(task));
+    setJobProperty(instance, slots, JOB_STATUS, getJobStatus(task));
+    setJobProperty(instance, slots, OPERATIONAL_STATUS,
         getJobOpStatus(task));
-    VELK_Common::setPropertyValue(instance, names.statusDescriptions,
+    setJobProperty(instance, slots, STATUS_DESCRIPTIONS,
         getJobStatusDescription(task));
-    VELK_Common::setPropertyValue(instance, names.percentComplete,
+    setJobProperty(instance, slots, PERCENT_COMPLETE,
         getPercentComplete(task));
 
     Uint32 runTimes =
         (task.tsk_type == TASK_RC_SYNC && !task.tsk_done) ? 0 : 1;
-    VELK_Common::setPropertyValue(instance, names.jobRunTimes, runTimes);
-    VELK_Common::setPropertyValue(instance, names.deleteOnCompletion,
+    setJobProperty(instance, slots, JOB_RUN_TIMES, runTimes);
+    setJobProperty(instance, slots, DELETE_ON_COMPLETION,
         Boolean(false));
-    VELK_Common::setPropertyValue(instance, names.timeBeforeRemoval,
+    setJobProperty(instance, slots, TIME_BEFORE_REMOVAL,
         buildCIMDateTimeInterval(30, 0, 0, 0, 0));
 
     const CIMDateTime start = dateTimeOf((long)task.tsk_start_time);
-    VELK_Common::setPropertyValue(instance, names.startTime, start);
-    VELK_Common::setPropertyValue(instance, names.timeSubmitted, start);
+    setJobProperty(instance, slots, START_TIME, start);
+    setJobProperty(instance, slots, TIME_SUBMITTED, start);
     CIMDateTime elapsed;
     if (task.tsk_done)
         elapsed = dateTimeOf((long)task.tsk_end_time) - start;
     else
         elapsed = CIMDateTime::getCurrentDateTime() - start;
-    VELK_Common::setPropertyValue(instance, names.elapsedTime, elapsed);
+    setJobProperty(instance, slots, ELAPSED_TIME, elapsed);
 
-    if (instance.findProperty(names.jobType) != PEG_NOT_FOUND)
+    if (slots[JOB_TYPE] != PEG_NOT_FOUND)
     {
-        VELK_Common::setPropertyValue(instance, names.jobType,
+        setJobProperty(instance, slots, JOB_TYPE,
             Uint16(task.tsk_type));
     }
-    VELK_Common::setPropertyValue(instance, names.owner,
+    setJobProperty(instance, slots, OWNER,
         getJobOwner(task.tsk_type));
-    VELK_Common::setPropertyValue(instance, names.localOrUtcTime, Uint16(2));
-    VELK_Common::setPropertyValue(instance, names.errorCode,
+    setJobProperty(instance, slots, LOCAL_OR_UTC_TIME, Uint16(2));
+    setJobProperty(instance, slots, ERROR_CODE,
         Uint16(task.tsk_error));
     if (task.tsk_errorstr[0] != '\0')
     {
-        VELK_Common::setPropertyValue(instance, names.errorDescription,
+        setJobProperty(instance, slots, ERROR_DESCRIPTION,
             fieldText(task.tsk_errorstr, sizeof(task.tsk_errorstr)));
     }
 
@@ -891,12 +958,15 @@ void VELK_ConcreteJobProvider::buildInstances(Boolean includeQualifiers,
             "api_getRCopy error (%d): %s\n", rcopyStatus.code, errtxt);
     }
 
+    // Every job is built from the same class: where its properties lie is
+    // found once.
+    Array<Uint32> slots;
     for (int i = 0; i < count; i++)
     {
         if (supportedJobType(list.tasks[i].tsk_type))
         {
-            instances.append(
-                buildInstance(config.rcopy, jobClass, list.tasks[i], host));
+            instances.append(buildInstance(config.rcopy, jobClass,
+                list.tasks[i], host, slots));
         }
     }
 }

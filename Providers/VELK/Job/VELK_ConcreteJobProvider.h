@@ -104,6 +104,12 @@ public:
     // ---- job construction ----
     static CIMInstance buildInstance(const api_rcopy_t& rcopy,
         CIMClass cimClass, const tsk_data_v103& task, String host);
+    // The same; `slots` holds where the job's properties lie in instances
+    // of this class: found in the first instance built when it is empty,
+    // then kept for the next ones built from the same class.
+    static CIMInstance buildInstance(const api_rcopy_t& rcopy,
+        const CIMClass& cimClass, const tsk_data_v103& task,
+        const String& host, Array<Uint32>& slots);
     static int _remoteGroupName(const api_rcopy_t& rcopy,
         const String& groupName, String& targets, String& message);
     // Fills `task` with the freshest record of the task; the caller zeroes
