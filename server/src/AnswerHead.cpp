@@ -30,7 +30,10 @@ const char* reason(int status)
 
 bool hasLineBreak(const std::string& text)
 {
-    return text.find_first_of("\r\n") != std::string::npos;
+    for (char c : text)
+        if (c == '\r' || c == '\n')
+            return true;
+    return false;
 }
 
 } // namespace

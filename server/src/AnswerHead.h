@@ -15,6 +15,8 @@ namespace cimhost
 class AnswerHead
 {
 public:
+    AnswerHead() { _fields.reserve(8); }
+
     int status = 200;
 
     void set(const std::string& name, const std::string& value);

@@ -193,7 +193,7 @@ bool CimHttpServer::checkHeaders(const httplib::Request& req, httplib::Response&
 }
 
 CimHttpServer::Plain CimHttpServer::servePlain(ConnectionStream& stream, RequestHead& head,
-    bool last)
+    std::string& keepAlive, std::string& headText, bool last)
 {
     for (;;)
     {
@@ -225,18 +225,20 @@ CimHttpServer::Plain CimHttpServer::servePlain(ConnectionStream& stream, Request
     if (close)
         h.set("Connection", "close");
     else
-        h.set("Keep-Alive", "timeout=" + std::to_string(keep_alive_timeout_sec_) +
-            ", max=" + std::to_string(keep_alive_max_count_));
+    {
+        if (keepAlive.empty())
+            keepAlive = "timeout=" + std::to_string(keep_alive_timeout_sec_) +
+                ", max=" + std::to_string(keep_alive_max_count_);
+        h.set("Keep-Alive", keepAlive);
+    }
     size_t size = answer.blocks ? answer.blocks->size() : answer.body.size();
     if (!h.has("Content-Length"))
         h.set("Content-Length", std::to_string(size));
-    std::string text;
-    text.reserve(256 + (answer.blocks ? 0 : answer.body.size()));
-    h.write(text);
-    bool ok;
+    headText.clear();
+    h.write(headText);
+    // Head and body leave in one send: the stream holds small writes back.
+    bool ok = writeAll(stream, headText.data(), headText.size());
     if (answer.blocks)
-    {
-        ok = writeAll(stream, text.data(), text.size());
         for (size_t offset = 0; ok && offset < size;)
         {
             const char* data = nullptr;
@@ -244,12 +246,8 @@ CimHttpServer::Plain CimHttpServer::servePlain(ConnectionStream& stream, Request
             ok = n > 0 && writeAll(stream, data, n);
             offset += n;
         }
-    }
     else
-    {
-        text += answer.body;
-        ok = writeAll(stream, text.data(), text.size());
-    }
+        ok = ok && writeAll(stream, answer.body.data(), answer.body.size());
     ok = stream.flush() && ok;
     if (answer.sent)
         answer.sent();
@@ -297,7 +295,10 @@ bool CimHttpServer::process_and_close_socket(socket_t sock)
         {
             tlsConnection = &info;
             tlsStream = &stream;
-            RequestHead head;  // kept for the connection: its room is reused
+            // Kept for the connection, their room reused by every request.
+            RequestHead head;
+            std::string keepAlive;
+            std::string headText;
             size_t count = keep_alive_max_count_;
             auto stopped = [this] { return svr_sock_ == INVALID_SOCKET; };
             stream.setStopped(stopped);
@@ -314,7 +315,7 @@ bool CimHttpServer::process_and_close_socket(socket_t sock)
                     break;
                 if (_plainHandler)
                 {
-                    Plain plain = servePlain(stream, head, count == 1);
+                    Plain plain = servePlain(stream, head, keepAlive, headText, count == 1);
                     if (plain == Plain::Ended)
                         break;
                     if (plain == Plain::Served)

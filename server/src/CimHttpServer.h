@@ -128,7 +128,10 @@ private:
     };
 
     bool process_and_close_socket(socket_t sock) override;
-    Plain servePlain(ConnectionStream& stream, RequestHead& head, bool last);
+    // keepAlive: the Keep-Alive field's value once made; headText: room
+    // for the answer's head.
+    Plain servePlain(ConnectionStream& stream, RequestHead& head, std::string& keepAlive,
+        std::string& headText, bool last);
     bool checkHeaders(const httplib::Request& req, httplib::Response& res);
     bool admit(const std::string& peer);
     void release(const std::string& peer);
