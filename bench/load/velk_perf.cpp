@@ -34,6 +34,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -166,7 +167,10 @@ int cimError(const e2e::HttpAnswer& a)
     std::string trailer = a.trailer("CIMStatusCode");
     if (!trailer.empty() && std::atoi(trailer.c_str()) != 0)
         return std::atoi(trailer.c_str());
-    size_t pos = a.body.find("<ERROR ");
+    // An ERROR element counts within the first 1024 bytes only: the search
+    // stops there instead of running through the whole body.
+    const std::string error = "<ERROR ";
+    size_t pos = std::string_view(a.body).substr(0, 1024 + error.size()).find(error);
     if (pos == std::string::npos || pos > 1024)
         return 0;
     pos = a.body.find("CODE=\"", pos);

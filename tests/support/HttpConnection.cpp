@@ -170,7 +170,13 @@ bool HttpConnection::readBytes(size_t n, std::string& out)
 
 bool HttpConnection::roundTrip(const std::string& request, HttpAnswer& answer)
 {
-    answer = HttpAnswer();
+    // Emptied in place: a client that reuses its answer reuses its room.
+    answer.status = 0;
+    answer.headers.clear();
+    answer.body.clear();
+    answer.chunked = false;
+    answer.chunks = 0;
+    answer.trailers.clear();
     for (size_t sent = 0; sent < request.size();)
     {
         ssize_t n = ::send(_fd, request.data() + sent, request.size() - sent, MSG_NOSIGNAL);
