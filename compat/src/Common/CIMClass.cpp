@@ -35,10 +35,12 @@ CIMClassRep::CIMClassRep(const CIMName& className,
     const CIMName& superClassName_)
     : CIMObjectRep(className), superClassName(superClassName_)
 {
+    makeInstanceReference();
 }
 
 CIMClassRep::CIMClassRep(const CIMClassRep& x)
-    : CIMObjectRep(x), superClassName(x.superClassName)
+    : CIMObjectRep(x), superClassName(x.superClassName),
+      instanceReference(x.instanceReference)
 {
     methods.reserve(x.methods.size());
     for (const CIMMethod& m : x.methods)
@@ -47,6 +49,19 @@ CIMClassRep::CIMClassRep(const CIMClassRep& x)
         rep->ownerCount = 1;
         methods.push_back(CIMRepAccess::adopt<CIMMethod>(rep));
     }
+}
+
+void CIMClassRep::makeInstanceReference()
+{
+    CIMObjectPath path;
+    path.setClassName(getClassName());
+    instanceReference = path;
+}
+
+void CIMClassRep::setPath(const CIMObjectPath& path)
+{
+    CIMObjectRep::setPath(path);
+    makeInstanceReference();
 }
 
 CIMClassRep::~CIMClassRep()
@@ -150,7 +165,7 @@ Boolean CIMClassRep::hasKeys() const
 CIMInstance CIMClassRep::buildInstance(Boolean includeQualifiers,
     Boolean includeClassOrigin, const CIMPropertyList& propertyList) const
 {
-    CIMInstanceRep* rep = new CIMInstanceRep(getClassName());
+    CIMInstanceRep* rep = new CIMInstanceRep(instanceReference);
     CIMInstance instance = CIMRepAccess::adopt<CIMInstance>(rep);
     if (includeQualifiers)
         rep->qualifiers.cloneFrom(qualifiers);

@@ -12,6 +12,11 @@ CIMInstanceRep::CIMInstanceRep(const CIMName& className)
 {
 }
 
+CIMInstanceRep::CIMInstanceRep(const CIMObjectPath& reference_)
+    : CIMObjectRep(reference_)
+{
+}
+
 CIMInstanceRep::CIMInstanceRep(const CIMInstanceRep& x) : CIMObjectRep(x) {}
 
 CIMObjectRep* CIMInstanceRep::cloneRep() const

@@ -17,6 +17,11 @@ CIMObjectRep::CIMObjectRep(const CIMName& className) : nameIndex(0)
     reference.setClassName(name);
 }
 
+CIMObjectRep::CIMObjectRep(const CIMObjectPath& reference_)
+    : reference(reference_), nameIndex(0)
+{
+}
+
 CIMObjectRep::CIMObjectRep(const CIMObjectRep& x)
     : RefCountedRep(), reference(x.reference),
       nameIndex(CIMPropertyIndex::ref(x.nameIndex.load(std::memory_order_acquire)))

@@ -14,6 +14,7 @@
 #include <Pegasus/Common/Exception.h>
 #include <CimXml/XmlWriter.h>
 #include "CIMDateTimeAccess.h"
+#include "CIMValueInPlace.h"
 
 PEGASUS_NAMESPACE_BEGIN
 
@@ -280,6 +281,11 @@ struct CIMValueAccess<CIMDateTime> : CIMValueArrayAccess<CIMDateTime>
 
     static void destroyScalar(CIMValue&) {}
 };
+
+const String& CIMValueInPlace::string(const CIMValue& value)
+{
+    return CIMValueAccess<String>::scalar(value);
+}
 
 //
 // Construction, copy, release

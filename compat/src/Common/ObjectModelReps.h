@@ -361,6 +361,8 @@ class CIMObjectRep : public RefCountedRep
 {
 public:
     explicit CIMObjectRep(const CIMName& className);
+    // An object whose path starts as a copy of reference (a class name).
+    explicit CIMObjectRep(const CIMObjectPath& reference_);
     CIMObjectRep(const CIMObjectRep& x);
     virtual ~CIMObjectRep();
 
@@ -369,7 +371,7 @@ public:
     virtual Boolean identical(const CIMObjectRep* x) const;
 
     const CIMName& getClassName() const { return reference.getClassName(); }
-    void setPath(const CIMObjectPath& path);
+    virtual void setPath(const CIMObjectPath& path);
 
     virtual void addProperty(const CIMProperty& x);
     Uint32 findProperty(const CIMName& name) const;
@@ -406,6 +408,7 @@ public:
     CIMObjectRep* cloneRep() const override;
     Boolean identical(const CIMObjectRep* x) const override;
     void addProperty(const CIMProperty& x) override;
+    void setPath(const CIMObjectPath& path) override;
 
     void addMethod(const CIMMethod& x);
     Uint32 findMethod(const CIMName& name) const;
@@ -419,12 +422,19 @@ public:
 
     CIMName superClassName;
     std::vector<CIMMethod> methods;
+    // The path an instance built from the class starts with: the class name
+    // alone, shared by every such instance until one changes it.
+    CIMObjectPath instanceReference;
+
+private:
+    void makeInstanceReference();
 };
 
 class CIMInstanceRep : public CIMObjectRep
 {
 public:
     explicit CIMInstanceRep(const CIMName& className);
+    explicit CIMInstanceRep(const CIMObjectPath& reference_);
     CIMInstanceRep(const CIMInstanceRep& x);
 
     Boolean isClass() const override { return false; }

@@ -461,3 +461,31 @@ TEST(BuildInstance, LongListsKeepOrderValuesAndHandlesAcrossTheirWhole)
     EXPECT_EQ(1065u, value);
     EXPECT_EQ(String("P65"), kept.getName().getString());
 }
+
+TEST(BuildInstance, InstancesStartWithTheirClassNameAsTheirOnlyPath)
+{
+    CIMClass cls = jobClass();
+    CIMInstance first = cls.buildInstance(false, false, CIMPropertyList());
+    CIMInstance second = cls.clone().buildInstance(true, true, CIMPropertyList());
+    for (const CIMInstance& inst : {first, second})
+    {
+        EXPECT_EQ(String("VELK_ConcreteJob"), inst.getPath().toString());
+        EXPECT_TRUE(inst.getPath().getNameSpace().isNull());
+    }
+
+    // A path given to one instance leaves the class and the others alone.
+    first.setPath(CIMObjectPath("//h/root/velk:VELK_ConcreteJob.InstanceID=\"1\""));
+    EXPECT_EQ(String("VELK_ConcreteJob"), second.getPath().toString());
+    EXPECT_EQ(String("//server/root/velk:VELK_ConcreteJob"), cls.getPath().toString());
+
+    // The class name as the class spells it when the instance is built,
+    // whichever handle set the class's path.
+    cls.setPath(CIMObjectPath("//server/root/velk:velk_concretejob"));
+    EXPECT_EQ(String("velk_concretejob"),
+        cls.buildInstance(false, false, CIMPropertyList()).getPath().toString());
+    CIMObject object = cls;
+    object.setPath(CIMObjectPath("//server/root/velk:VELK_CONCRETEJOB"));
+    EXPECT_EQ(String("VELK_CONCRETEJOB"),
+        cls.buildInstance(false, false, CIMPropertyList()).getClassName().getString());
+    EXPECT_EQ(String("VELK_ConcreteJob"), second.getClassName().getString());
+}

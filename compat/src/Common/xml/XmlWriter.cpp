@@ -18,6 +18,7 @@
 #include "../CIMDateTimeAccess.h"
 #include "../StringRep.h"
 #include "../NameTable.h"
+#include "../CIMValueInPlace.h"
 #include "../NumberText.h"
 #include "../ObjectModelReps.h"
 
@@ -340,6 +341,19 @@ inline const Uint16* unitsOf(const Char16* s)
 {
     static_assert(sizeof(Char16) == sizeof(Uint16), "Char16 is one UTF-16 unit");
     return reinterpret_cast<const Uint16*>(s);
+}
+
+// The text of a name, and whether it is null, read in place (a CIMName is
+// its String, as CIMNameCast relies on too).
+inline const String& nameText(const CIMName& name)
+{
+    static_assert(sizeof(CIMName) == sizeof(String), "CIMName holds one String");
+    return reinterpret_cast<const String&>(name);
+}
+
+inline bool nullName(const CIMName& name)
+{
+    return StringRep::of(nameText(name))->size == 0;
 }
 
 } // namespace
@@ -677,7 +691,7 @@ void XmlWriter::appendValue(const CIMValue& v)
             case CIMTYPE_REAL32: _scalarValue<Real32>(v); break;
             case CIMTYPE_REAL64: _scalarValue<Real64>(v); break;
             case CIMTYPE_CHAR16: _scalarValue<Char16>(v); break;
-            case CIMTYPE_STRING: _scalarValue<String>(v); break;
+            case CIMTYPE_STRING: _valueOf(CIMValueInPlace::string(v)); break;
             case CIMTYPE_DATETIME: _scalarValue<CIMDateTime>(v); break;
             default: _lit("<VALUE></VALUE>"); break;
         }
@@ -967,16 +981,16 @@ void XmlWriter::_property(const CIMPropertyRep* p)
     bool isArray = v.isArray();
     if (type == CIMTYPE_REFERENCE)
     {
-        _attr("<PROPERTY.REFERENCE NAME=\"", def->name.getString());
-        if (!def->referenceClassName.isNull())
-            _attr(" REFERENCECLASS=\"", def->referenceClassName.getString());
+        _attr("<PROPERTY.REFERENCE NAME=\"", nameText(def->name));
+        if (!nullName(def->referenceClassName))
+            _attr(" REFERENCECLASS=\"", nameText(def->referenceClassName));
     }
     else
     {
         if (isArray)
-            _attr("<PROPERTY.ARRAY NAME=\"", def->name.getString());
+            _attr("<PROPERTY.ARRAY NAME=\"", nameText(def->name));
         else
-            _attr("<PROPERTY NAME=\"", def->name.getString());
+            _attr("<PROPERTY NAME=\"", nameText(def->name));
         const Slot& typeText = typeAttr(type);
         char* d = _room(2 * sizeof(Slot::s) + 13 + NumberText::MAX_CHARS);
         d = put(d, typeText);
@@ -991,8 +1005,8 @@ void XmlWriter::_property(const CIMPropertyRep* p)
         }
         _p = d;
     }
-    if (!def->classOrigin.isNull())
-        _attr(" CLASSORIGIN=\"", def->classOrigin.getString());
+    if (!nullName(def->classOrigin))
+        _attr(" CLASSORIGIN=\"", nameText(def->classOrigin));
     if (def->propagated)
         _lit(" PROPAGATED=\"true\">");
     else
