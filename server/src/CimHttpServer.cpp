@@ -63,6 +63,9 @@ bool writeAll(ConnectionStream& stream, const char* data, size_t size)
     return true;
 }
 
+// The largest body of a request the server reads itself.
+const size_t PLAIN_BODY_MAX = 64 * 1024;
+
 const char* const TOO_MANY_CONNECTIONS =
     "HTTP/1.1 503 Service Unavailable\r\nContent-Length: 0\r\nConnection: close\r\n"
     "Retry-After: 5\r\n\r\n";
@@ -205,7 +208,10 @@ CimHttpServer::Plain CimHttpServer::servePlain(ConnectionStream& stream, Request
         if (!stream.receiveMore())
             return Plain::NotTaken;
     }
-    if (head.contentLength() > payload_max_length_ || !_plainCheck(head))
+    // Bodies are read whole into the stream's buffer first: large ones are
+    // left to the library, which reads them in pieces.
+    if (head.contentLength() > PLAIN_BODY_MAX || head.contentLength() > payload_max_length_ ||
+        !_plainCheck(head))
         return Plain::NotTaken;
     // The body's time starts now, and stays where it is should the library
     // take the request over after all.
