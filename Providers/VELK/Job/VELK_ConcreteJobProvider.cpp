@@ -496,10 +496,10 @@ String VELK_ConcreteJobProvider::makeUniqueID(Uint32 taskId)
     // "KORVANE" ":" "task_id:" and the digits, written as UTF-16 units that
     // the String takes as they are.
     static const char prefix[] = "KORVANE:task_id:";
+    const Uint32 length = sizeof(prefix) - 1;
     Char16 text[32];
-    Uint32 length = 0;
-    for (; prefix[length]; length++)
-        text[length] = Uint16(prefix[length]);
+    for (Uint32 i = 0; i < length; i++)
+        text[i] = Uint16(prefix[i]);
     const Char16* end =
         VelkText::appendPaddedDecimal(text + length, taskId, 0);
     log_message(4, "<-- VELK_ConcreteJobProvider::makeUniqueID\n");
