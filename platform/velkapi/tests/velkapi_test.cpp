@@ -736,6 +736,41 @@ TEST_F(Velkapi, RelativeTimesAreResolvedAtLoad)
     EXPECT_EQ(json::parse(readAll(statePath))["tasks"][0]["start"], T0 + 20);
 }
 
+TEST_F(Velkapi, TasksWithEqualPhaseNamesKeepTheirOwnThroughAChangeAndAReload)
+{
+    json st = baseState();
+    const json a = {"copy", "verify"};
+    st["tasks"] = json::array({
+        {{"id", 1}, {"type", "TASK_VVCOPY"}, {"name", "a"}, {"phases", a}, {"step_max", 10}, {"start", T0},
+         {"duration", 100}},
+        {{"id", 2}, {"type", "TASK_VVCOPY"}, {"name", "b"}, {"phases", a}, {"step_max", 10}, {"start", T0},
+         {"duration", 100}},
+        {{"id", 3}, {"type", "TASK_VVCOPY"}, {"name", "c"}, {"phases", {"copy"}}, {"step_max", 10},
+         {"start", T0}, {"duration", 100}},
+        {{"id", 4}, {"type", "TASK_VVCOPY"}, {"name", "d"}, {"start", T0}, {"duration", 100}}});
+    velksim::loadStateJson(st.dump(), statePath.string());
+    // Cancelling one of the tasks with equal names writes the array back.
+    api_evtparam_t ev = event("operator", "192.0.2.9", "VELK_ConcreteJob:RequestStateChange");
+    ASSERT_EQ(api_cancelTask(&ev, 1).code, 0);
+    velksim::loadStateFile(statePath.string());
+    TaskList l = tasks();
+    const struct {
+        velk_u32 id;
+        int phases;
+        const char* last;
+        velk_u32 cancelled;
+    } rows[] = {{1, 2, "verify", 1}, {2, 2, "verify", 0}, {3, 1, "copy", 0}, {4, 0, "", 0}};
+    for (const auto& r : rows) {
+        const tsk_data_t* t = l.find(r.id);
+        ASSERT_NE(t, nullptr) << r.id;
+        EXPECT_EQ(t->tsk_phase_max, r.phases) << r.id;
+        EXPECT_STREQ(t->tsk_phase_names[r.phases ? r.phases - 1 : 0], r.last) << r.id;
+        EXPECT_STREQ(t->tsk_phase_names[r.phases], "") << r.id;
+        EXPECT_EQ(t->tsk_cancelled, r.cancelled) << r.id;
+    }
+    EXPECT_EQ(json::parse(readAll(statePath))["tasks"][3]["phases"], json::array());
+}
+
 TEST_F(Velkapi, DemoArrayLoadsWithEveryKindOfJob)
 {
     velksim::loadStateJson(readAll(fs::path(VELK_SOURCE_DIR) / "demo" / "array.json"));
