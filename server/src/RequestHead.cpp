@@ -306,12 +306,6 @@ bool RequestHead::addField(const char* begin, const char* end)
         end--;
     if (value == end)
         return false;
-    for (const char* p = value; p < end; p++)
-    {
-        unsigned char c = static_cast<unsigned char>(*p);
-        if ((c < 0x20 && c != '\t') || c == 0x7F)
-            return false;
-    }
     // The strings of the last request's fields are filled again: their
     // room is reused.
     if (_used == _fields.size())
