@@ -18,6 +18,11 @@ StringRep StringRep::emptyRep = { {StringRep::IMMORTAL}, 0, 0, {0} };
 
 const String String::EMPTY;
 
+[[gnu::noinline]] void StringRep::destroy(StringRep* rep)
+{
+    ::operator delete(rep);
+}
+
 StringRep* StringRep::alloc(Uint32 cap)
 {
     void* p = ::operator new(offsetof(StringRep, data) + (size_t(cap) + 1) * sizeof(Uint16));

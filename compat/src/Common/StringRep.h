@@ -39,8 +39,11 @@ struct StringRep
     static void unref(StringRep* rep)
     {
         if (!immortal(rep) && rep->refs.fetch_sub(1, std::memory_order_acq_rel) == 1)
-            ::operator delete(rep);
+            destroy(rep);
     }
+    // Frees a representation whose last reference is gone; out of line, so
+    // that the compiler does not see it applied to the immortal ones.
+    static void destroy(StringRep* rep);
 
     static StringRep emptyRep;
 
