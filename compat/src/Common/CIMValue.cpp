@@ -291,6 +291,20 @@ const String& CIMValueInPlace::string(const CIMValue& value)
 // Construction, copy, release
 //
 
+namespace
+{
+
+// True for a value that holds no handle: null, or a scalar number, Boolean,
+// Char16 or date-time, all kept in place. Such values copy bytewise and
+// release nothing.
+inline bool plainData(bool isNull, bool isArray, Uint8 type)
+{
+    return isNull ||
+        (!isArray && (type <= CIMTYPE_CHAR16 || type == CIMTYPE_DATETIME));
+}
+
+} // namespace
+
 CIMValue::CIMValue()
     : _nullArraySize(0), _type(CIMTYPE_BOOLEAN), _isArray(false), _isNull(true)
 {
@@ -417,6 +431,12 @@ CIMValue& CIMValue::operator=(const CIMValue& x)
 {
     if (this != &x)
     {
+        // Nothing to release here and nothing to share from x: copy it.
+        if (plainData(_isNull, _isArray, _type) && plainData(x._isNull, x._isArray, x._type))
+        {
+            _copyFrom(x);
+            return *this;
+        }
         CIMValue tmp(x);
         _release();
         _moveFrom(tmp);
@@ -473,7 +493,11 @@ void CIMValue::_release()
 
 void CIMValue::_copyFrom(const CIMValue& x)
 {
-    if (!x._isNull)
+    if (!x._isNull && plainData(false, x._isArray, x._type))
+    {
+        std::memcpy(static_cast<void*>(_u.raw), static_cast<const void*>(x._u.raw), sizeof(_u.raw));
+    }
+    else if (!x._isNull)
     {
         bool isArray = x._isArray;
         visitType(CIMType(x._type), [this, &x, isArray](auto tag)

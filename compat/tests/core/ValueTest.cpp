@@ -1,6 +1,7 @@
 // CIMValue: the overloads code really picks, the strict typed reads, null
 // values, equality, the display text and embedded objects.
 #include <gtest/gtest.h>
+#include <string>
 #include <vector>
 #include <Pegasus/Common/CIMValue.h>
 #include <Pegasus/Common/CIMInstance.h>
@@ -100,6 +101,45 @@ TEST(CIMValue, SetAndAssignReplaceTypeAndArrayness)
     const CIMValue& self = a;
     a = self;
     EXPECT_EQ(a.getArraySize(), 7u);
+}
+
+TEST(CIMValue, AssignmentBetweenEveryKindOfValueCopiesItWhole)
+{
+    auto values = [] {
+        return std::vector<CIMValue>{
+            CIMValue(),
+            CIMValue(CIMTYPE_STRING, true, 3),
+            CIMValue(CIMTYPE_DATETIME, false),
+            CIMValue(Uint16(7)),
+            CIMValue(Real64(-2.5)),
+            CIMValue(Char16('x')),
+            CIMValue(CIMDateTime(String("0000000102****.******:000"))),
+            CIMValue(String("a string that is long enough to be its own")),
+            CIMValue(Array<String>(2, String("element"))),
+        };
+    };
+    const std::vector<CIMValue> expected = values();
+    for (size_t to = 0; to < expected.size(); to++)
+    {
+        for (size_t from = 0; from < expected.size(); from++)
+        {
+            SCOPED_TRACE(std::to_string(from) + " over " + std::to_string(to));
+            std::vector<CIMValue> fresh = values();
+            CIMValue target = fresh[to];
+            {
+                CIMValue source = fresh[from];
+                target = source;
+                fresh.clear();
+            }
+            const CIMValue& want = expected[from];
+            EXPECT_EQ(want.getType(), target.getType());
+            EXPECT_EQ(want.isArray(), target.isArray());
+            EXPECT_EQ(want.isNull(), target.isNull());
+            EXPECT_EQ(want.getArraySize(), target.getArraySize());
+            EXPECT_EQ(want.toString(), target.toString());
+            EXPECT_TRUE(target.equal(want) || want.isNull());
+        }
+    }
 }
 
 TEST(CIMValue, DateTimesKeepEveryPartThroughCopiesAndProperties)
