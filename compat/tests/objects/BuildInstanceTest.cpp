@@ -489,3 +489,33 @@ TEST(BuildInstance, InstancesStartWithTheirClassNameAsTheirOnlyPath)
         cls.buildInstance(false, false, CIMPropertyList()).getClassName().getString());
     EXPECT_EQ(String("VELK_ConcreteJob"), second.getClassName().getString());
 }
+
+TEST(BuildInstance, HandlesAndTheirInstanceReleasedAtOnceOnTwoThreads)
+{
+    CIMClass cls("Long");
+    for (Uint32 i = 0; i < 70; i++)
+    {
+        String name("P");
+        name.appendPrintf("%u", i);
+        cls.addProperty(CIMProperty(CIMName(name), CIMValue(String(name))));
+    }
+    for (int round = 0; round < 200; round++)
+    {
+        CIMInstance inst = cls.buildInstance(false, false, CIMPropertyList());
+        if (round % 2)
+            inst = inst.clone();
+        std::vector<CIMProperty> held;
+        for (Uint32 i = round % 3; i < inst.getPropertyCount(); i += 3)
+            held.push_back(inst.getProperty(i));
+        std::atomic<bool> go(false);
+        std::thread other([&held, &go] {
+            while (!go.load())
+                ;
+            held.clear();
+        });
+        go.store(true);
+        inst = CIMInstance();
+        other.join();
+    }
+    EXPECT_EQ(String("P69"), cls.getProperty(69).getValue().toString());
+}
