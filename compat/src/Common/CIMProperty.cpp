@@ -121,14 +121,6 @@ CIMPropertyRep::CIMPropertyRep(const CIMName& name_, const CIMValue& value_,
         classOrigin_, propagated_);
 }
 
-CIMPropertyRep::CIMPropertyRep(const CIMPropertyRep& x,
-    Boolean withQualifiers, Boolean withClassOrigin)
-    : RefCountedRep(), _place(0),
-      def(CIMPropertyDefinition::share(x.def, withQualifiers, withClassOrigin)),
-      value(x.value)
-{
-}
-
 void CIMPropertyRep::addOwner()
 {
     // The count must not run into the slot; no property belongs to that many

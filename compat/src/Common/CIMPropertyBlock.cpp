@@ -38,37 +38,28 @@ CIMPropertyBlock::~CIMPropertyBlock()
         _storage->drop(1 + _storage->capacity - _storage->used);
 }
 
-CIMPropertyRep* CIMPropertyBlock::copy(const CIMPropertyRep& x,
-    Boolean withQualifiers, Boolean withClassOrigin)
+void CIMPropertyBlock::nextStorage()
 {
-    if (!_storage || _storage->used == _storage->capacity)
+    // More copies than announced get blocks of one, so that every copy
+    // lies in the chain.
+    const Uint32 wanted = _remaining ? _remaining : 1;
+    const Uint32 capacity = wanted < slotsPerStorage() ? wanted : slotsPerStorage();
+    void* p = ::operator new(CIMPropertyBlockStorage::slotsOffset() +
+        size_t(capacity) * sizeof(CIMPropertyRep));
+    CIMPropertyBlockStorage* storage = new (p) CIMPropertyBlockStorage;
+    storage->live.store(1 + capacity, std::memory_order_relaxed);
+    storage->capacity = Uint16(capacity);
+    storage->used = 0;
+    storage->next = 0;
+    if (_storage)
     {
-        // More copies than announced get blocks of one, so that every copy
-        // lies in the chain.
-        const Uint32 wanted = _remaining ? _remaining : 1;
-        const Uint32 capacity = wanted < slotsPerStorage() ? wanted : slotsPerStorage();
-        void* p = ::operator new(CIMPropertyBlockStorage::slotsOffset() +
-            size_t(capacity) * sizeof(CIMPropertyRep));
-        CIMPropertyBlockStorage* storage = new (p) CIMPropertyBlockStorage;
-        storage->live.store(1 + capacity, std::memory_order_relaxed);
-        storage->capacity = Uint16(capacity);
-        storage->used = 0;
-        storage->next = 0;
-        if (_storage)
-        {
-            _storage->next = storage;
-            _storage->drop(1);
-        }
-        else
-            _first = storage;
-        _storage = storage;
-        _remaining = _remaining > capacity ? _remaining - capacity : 0;
+        _storage->next = storage;
+        _storage->drop(1);
     }
-    CIMPropertyRep* rep = new (_storage->slot(_storage->used))
-        CIMPropertyRep(x, withQualifiers, withClassOrigin);
-    _storage->used++;
-    rep->setSlot(_storage->used);
-    return rep;
+    else
+        _first = storage;
+    _storage = storage;
+    _remaining = _remaining > capacity ? _remaining - capacity : 0;
 }
 
 void CIMPropertyBlock::release(CIMPropertyRep* rep)

@@ -10,6 +10,7 @@
 #ifndef Pegasus_CIMPropertyBlock_h
 #define Pegasus_CIMPropertyBlock_h
 
+#include <new>
 #include <Pegasus/Common/Config.h>
 
 PEGASUS_NAMESPACE_BEGIN
@@ -74,7 +75,16 @@ public:
     // Makes the next representation, a copy of x as CIMPropertyRep's copy
     // constructor makes it; the caller owns its one reference.
     CIMPropertyRep* copy(const CIMPropertyRep& x, Boolean withQualifiers,
-        Boolean withClassOrigin);
+        Boolean withClassOrigin)
+    {
+        if (!_storage || _storage->used == _storage->capacity)
+            nextStorage();
+        CIMPropertyRep* rep = new (_storage->slot(_storage->used))
+            CIMPropertyRep(x, withQualifiers, withClassOrigin);
+        _storage->used++;
+        rep->setSlot(_storage->used);
+        return rep;
+    }
 
     // Destroys a representation made in a block (its count is zero) and
     // frees the block after its last one.
@@ -96,6 +106,8 @@ public:
 
 private:
     CIMPropertyBlock(const CIMPropertyBlock&) = delete;
+    // Makes the next block to fill.
+    void nextStorage();
     CIMPropertyBlock& operator=(const CIMPropertyBlock&) = delete;
 
     // The first block, the block being filled, and the representations

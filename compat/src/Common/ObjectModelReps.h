@@ -271,8 +271,15 @@ public:
     CIMPropertyRep(const CIMName& name_, const CIMValue& value_,
         Uint32 arraySize_, const CIMName& referenceClassName_,
         const CIMName& classOrigin_, Boolean propagated_);
+    // A copy of x sharing its definition (or a variant of it without
+    // qualifiers or class origin).
     CIMPropertyRep(const CIMPropertyRep& x, Boolean withQualifiers,
-        Boolean withClassOrigin);
+        Boolean withClassOrigin)
+        : RefCountedRep(), _place(0),
+          def(CIMPropertyDefinition::share(x.def, withQualifiers, withClassOrigin)),
+          value(x.value)
+    {
+    }
     ~CIMPropertyRep();
 
     const CIMName& name() const { return def->name; }
