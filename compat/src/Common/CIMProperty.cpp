@@ -132,11 +132,6 @@ void CIMPropertyRep::addOwner()
     }
 }
 
-CIMPropertyRep::~CIMPropertyRep()
-{
-    repUnref(def);
-}
-
 CIMPropertyDefinition* CIMPropertyRep::ownDefinition()
 {
     if (def->refs.load(std::memory_order_acquire) != 1)

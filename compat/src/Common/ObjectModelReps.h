@@ -280,7 +280,7 @@ public:
           value(x.value)
     {
     }
-    ~CIMPropertyRep();
+    ~CIMPropertyRep() { repUnref(def); }
 
     const CIMName& name() const { return def->name; }
     Uint32 hash() const { return def->hash; }
