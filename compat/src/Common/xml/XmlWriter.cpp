@@ -643,14 +643,15 @@ void XmlWriter::_arrayValues(const CIMValue& v)
 
 void XmlWriter::appendValue(const CIMValue& v)
 {
-    if (v.isNull())
+    if (CIMValueInPlace::isNull(v))
         return;
     Scope scope(*this);
-    CIMType type = v.getType();
+    CIMType type = CIMValueInPlace::type(v);
+    const bool isArray = CIMValueInPlace::isArray(v);
     bool embedded = type == CIMTYPE_OBJECT || type == CIMTYPE_INSTANCE;
     if (type == CIMTYPE_REFERENCE)
     {
-        if (v.isArray())
+        if (isArray)
         {
             Array<CIMObjectPath> a;
             v.get(a);
@@ -667,7 +668,7 @@ void XmlWriter::appendValue(const CIMValue& v)
         }
         return;
     }
-    if (!v.isArray() && embedded)
+    if (!isArray && embedded)
     {
         std::string text = scalarText(v);
         _lit("<VALUE>");
@@ -675,7 +676,7 @@ void XmlWriter::appendValue(const CIMValue& v)
         _lit("</VALUE>");
         return;
     }
-    if (!v.isArray())
+    if (!isArray)
     {
         switch (type)
         {
@@ -977,8 +978,8 @@ void XmlWriter::_property(const CIMPropertyRep* p)
 {
     const CIMValue& v = p->value;
     const CIMPropertyDefinition* def = p->def;
-    CIMType type = v.getType();
-    bool isArray = v.isArray();
+    CIMType type = CIMValueInPlace::type(v);
+    bool isArray = CIMValueInPlace::isArray(v);
     if (type == CIMTYPE_REFERENCE)
     {
         _attr("<PROPERTY.REFERENCE NAME=\"", nameText(def->name));
@@ -1012,7 +1013,7 @@ void XmlWriter::_property(const CIMPropertyRep* p)
     else
         _lit(">");
     Uint32 nq = _skipQualifiers ? 0 : def->qualifiers.size();
-    if (nq || (type == CIMTYPE_REFERENCE && !v.isNull()))
+    if (nq || (type == CIMTYPE_REFERENCE && !CIMValueInPlace::isNull(v)))
         _lit("\n");
     for (Uint32 i = 0; i < nq; i++)
         appendQualifier(CIMRepAccess::share<CIMConstQualifier>(def->qualifiers.at(i)));
