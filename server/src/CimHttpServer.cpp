@@ -222,10 +222,10 @@ CimHttpServer::Plain CimHttpServer::servePlain(ConnectionStream& stream, Request
         if (!stream.receiveMore())
             return Plain::NotTaken;
     std::string body(stream.pending() + head.headBytes(), head.contentLength());
-    stream.consume(total);
-
     PlainAnswer answer;
-    _plainHandler(head, body, answer);
+    if (!_plainHandler(head, body, answer))
+        return Plain::NotTaken;
+    stream.consume(total);
     AnswerHead& h = answer.head;
     bool close = last || head.closeAfter();
     if (close)

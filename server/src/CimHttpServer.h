@@ -106,10 +106,11 @@ public:
     // check says whether such a request passes the header check outright,
     // with nothing to log or count (it may set ConnectionInfo::user); a
     // request it does not pass goes through the library as any other. The
-    // handler answers the requests that pass.
+    // handler answers the requests that pass, or returns false, having done
+    // nothing that shows, for one the library is to answer after all.
     using PlainCheck = std::function<bool(const RequestHead&)>;
     using PlainHandler =
-        std::function<void(const RequestHead&, const std::string& body, PlainAnswer&)>;
+        std::function<bool(const RequestHead&, const std::string& body, PlainAnswer&)>;
     void setPlainHandler(PlainCheck check, PlainHandler handler)
     {
         _plainCheck = std::move(check);

@@ -241,7 +241,7 @@ void HttpFrontEnd::configure(CimHttpServer& server, Transport transport)
     server.setPlainHandler(
         [this, transport](const RequestHead& head) { return passesAtOnce(head, transport); },
         [this](const RequestHead& head, const std::string& body, PlainAnswer& answer) {
-            answerPlain(head, body, answer);
+            return answerPlain(head, body, answer);
         });
     server.set_exception_handler(
         [this](const httplib::Request& req, httplib::Response& res, std::exception_ptr ep) {
@@ -382,7 +382,8 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
     if (contentType.empty())
         contentType = "application/xml";
 
-    if (state->call.manyObjects() && req.version == "HTTP/1.1" && acceptsTrailers(req))
+    if (state->call.manyObjects() && req.version == "HTTP/1.1" &&
+        acceptsTrailers(headerValue(req, "TE")))
     {
         // Sent while it is produced; the chunk framing and the trailer are
         // written here, the library passes the bytes through.
@@ -501,7 +502,7 @@ bool HttpFrontEnd::passesAtOnce(const RequestHead& head, Transport transport)
     return true;
 }
 
-void HttpFrontEnd::answerPlain(const RequestHead& head, const std::string& body,
+bool HttpFrontEnd::answerPlain(const RequestHead& head, const std::string& body,
     PlainAnswer& out)
 {
     // As the library's path answers: the same answer, log line and failure.
@@ -527,10 +528,15 @@ void HttpFrontEnd::answerPlain(const RequestHead& head, const std::string& body,
             if (!contentType.empty())
                 out.head.set("Content-Type", contentType);
             logAnswer(*state, answer.status, 0, answer.header("CIMError"));
-            return;
+            return true;
         }
         if (contentType.empty())
             contentType = "application/xml";
+        // An answer sent while it is produced, in chunks with trailer
+        // fields, is the library's: nothing has been run, logged or sent
+        // yet, and it reads the request again.
+        if (state->call.manyObjects() && acceptsTrailers(fieldValue(head.fields(), "TE")))
+            return false;
 
         auto sink = std::make_shared<BufferedAnswerBody>();
         Uint32 code = _processor.run(state->call, state->context, *sink);
@@ -542,7 +548,7 @@ void HttpFrontEnd::answerPlain(const RequestHead& head, const std::string& body,
         if (size < BufferedAnswerBody::BLOCK_BYTES)
         {
             out.body = sink->take();
-            return;
+            return true;
         }
         out.blocks = sink;
         out.sent = [this, sink, size] {
@@ -559,11 +565,11 @@ void HttpFrontEnd::answerPlain(const RequestHead& head, const std::string& body,
         out.blocks.reset();
         out.sent = nullptr;
     }
+    return true;
 }
 
-bool HttpFrontEnd::acceptsTrailers(const httplib::Request& req)
+bool HttpFrontEnd::acceptsTrailers(std::string te)
 {
-    std::string te = headerValue(req, "TE");
     for (char& c : te)
         c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     size_t pos = 0;

@@ -104,9 +104,12 @@ private:
     // The header check of a request the server read itself, for requests
     // that pass it outright (see CimHttpServer::setPlainHandler).
     bool passesAtOnce(const RequestHead& head, Transport transport);
-    void answerPlain(const RequestHead& head, const std::string& body, PlainAnswer& out);
-    // Whether the client takes a chunked answer with trailer fields.
-    static bool acceptsTrailers(const httplib::Request& req);
+    // False, with nothing done, for a request whose answer the library
+    // sends (a chunked one).
+    bool answerPlain(const RequestHead& head, const std::string& body, PlainAnswer& out);
+    // Whether the client takes a chunked answer with trailer fields (the TE
+    // field's value).
+    static bool acceptsTrailers(std::string te);
     void logAnswer(const Answer& answer, Pegasus::Uint32 status, Pegasus::Uint32 code,
         const std::string& cimError);
     void configure(CimHttpServer& server, Transport transport);

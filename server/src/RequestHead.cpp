@@ -123,8 +123,6 @@ Special special(const std::string& name)
 {
     switch (name.size())
     {
-        case 2:
-            return sameName(name, "TE") ? Special::Refused : Special::None;
         case 5:
             return sameName(name, "Range") ? Special::Refused : Special::None;
         case 6:

@@ -1,7 +1,7 @@
 // The head of an HTTP request read straight from the connection's bytes,
 // for the common case only: a POST request line with a plain target, HTTP/1.1,
 // well-formed fields, one Content-Length and nothing that asks for more of
-// the protocol (no Transfer-Encoding, Expect, Range, TE, Content-Encoding,
+// the protocol (no Transfer-Encoding, Expect, Range, Content-Encoding,
 // Accept-Encoding, form bodies). The fields come out as the HTTP library
 // gives them to its handlers: values trimmed and percent-decoded, equal
 // names in arrival order (and all names in the order of its field map,

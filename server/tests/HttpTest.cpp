@@ -740,6 +740,8 @@ TEST_F(HttpTest, ALoggedInConnectionIsAnsweredAsANewOneIs)
              "CIMObject: root%2ftest%3ATest_Method.Id%3D%22m%22\r\nX-Note: 100%\r\n"), true},
         {"malformed XML", request("POST", "<CIM><MESSAGE", auth + cim), true},
         {"CIMMethod not the method called", request("POST", WHO_AM_I, auth + cim), true},
+        {"TE: trailers, one object", request("POST", WHO_AM_I, auth + whoAmI + "TE: trailers\r\n"),
+             true},
         {"Connection: close", request("POST", WHO_AM_I, auth + whoAmI + "Connection: close\r\n"),
              false},
         {"other credentials", request("POST", ENUM_NAMES,
