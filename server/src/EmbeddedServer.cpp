@@ -152,7 +152,7 @@ void EmbeddedServer::start()
     NamespaceDirectory::publish(d.repository, d.registry);
     d.providers.reset(new ProviderManager(d.options.moduleDirs, d.logger));
     d.router.reset(new Router(d.repository, d.registry, *d.providers,
-        String(host.c_str()), d.logger));
+        String(host.c_str())));
     d.router->setAdministrators(d.options.administrators);
     d.providers->setBackend(d.router.get());
     d.contexts.reset(new EnumerationContextTable(*d.router));

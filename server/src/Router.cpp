@@ -1,6 +1,5 @@
 #include "Router.h"
 #include "IndicationService.h"
-#include "Logger.h"
 #include "ResponseCollectors.h"
 
 #include <cimhost/Repository.h>
@@ -367,9 +366,9 @@ Array<CIMParamValue> Router::retypeParameters(const CIMConstMethod& method,
 }
 
 Router::Router(Repository& repository, const ProviderRegistry& registry,
-    ProviderManager& providers, const String& hostName, Logger& logger)
+    ProviderManager& providers, const String& hostName)
     : _repository(repository), _registry(registry), _providers(providers),
-      _hostName(hostName), _logger(logger)
+      _hostName(hostName)
 {
 }
 

@@ -69,14 +69,13 @@ namespace cimhost
 {
 
 class Repository;
-class Logger;
 class IndicationService;
 
 class Router : public Pegasus::CIMOperations
 {
 public:
     Router(Repository& repository, const ProviderRegistry& registry,
-        ProviderManager& providers, const Pegasus::String& hostName, Logger& logger);
+        ProviderManager& providers, const Pegasus::String& hostName);
 
     const Pegasus::String& hostName() const { return _hostName; }
 
@@ -300,7 +299,6 @@ private:
     const ProviderRegistry& _registry;
     ProviderManager& _providers;
     Pegasus::String _hostName;
-    Logger& _logger;
     std::set<std::string> _administrators;  // written before serving only
     IndicationService* _indications = nullptr;
 
