@@ -1,5 +1,7 @@
 #include "RequestHead.h"
 
+#include <Pegasus/Internal/NumberText.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -59,13 +61,7 @@ bool plainTargetChar(unsigned char c)
 
 int hexValue(char c)
 {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
+    return Pegasus::NumberText::hexDigit(static_cast<unsigned char>(c));
 }
 
 // A field value decoded as the library decodes it: "%XX" with two hex

@@ -8,7 +8,7 @@
 #include <Pegasus/Common/CIMDateTime.h>
 #include <Pegasus/Common/Exception.h>
 #include "CIMDateTimeAccess.h"
-#include "NumberText.h"
+#include <Pegasus/Internal/NumberText.h>
 
 PEGASUS_NAMESPACE_BEGIN
 

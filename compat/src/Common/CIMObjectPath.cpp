@@ -13,7 +13,7 @@
 #include <Pegasus/Common/CIMValue.h>
 #include <Pegasus/Common/CIMDateTime.h>
 #include <Pegasus/Common/Exception.h>
-#include "NumberText.h"
+#include <Pegasus/Internal/NumberText.h>
 #include "StringRep.h"
 
 PEGASUS_NAMESPACE_BEGIN
@@ -56,17 +56,6 @@ inline bool isDigit(Uint16 c)
     return c >= '0' && c <= '9';
 }
 
-inline int hexValue(Uint16 c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 // Decimal or 0x-hexadecimal magnitude of p[0..n). With strict, a decimal
 // number may not have leading zeros.
 bool parseMagnitude(const Uint16* p, Uint32 n, bool strict, Uint64& x)
@@ -78,7 +67,7 @@ bool parseMagnitude(const Uint16* p, Uint32 n, bool strict, Uint64& x)
     {
         for (Uint32 i = 2; i < n; i++)
         {
-            int h = hexValue(p[i]);
+            int h = NumberText::hexDigit(p[i]);
             if (h < 0 || (x >> 60) != 0)
                 return false;
             x = (x << 4) | Uint64(h);

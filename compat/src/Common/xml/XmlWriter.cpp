@@ -19,7 +19,7 @@
 #include "../StringRep.h"
 #include "../NameTable.h"
 #include "../CIMValueInPlace.h"
-#include "../NumberText.h"
+#include <Pegasus/Internal/NumberText.h>
 #include "../ObjectModelReps.h"
 
 PEGASUS_NAMESPACE_BEGIN

@@ -1,7 +1,8 @@
-// Text of numbers without printf, for every formatter of the common library:
-// shortest decimal text of integers and reals, and fixed-width digit fields.
-#ifndef Pegasus_Common_NumberText_h
-#define Pegasus_Common_NumberText_h
+// Numbers and their text without printf, for the common library and the
+// server: shortest decimal text of integers and reals, fixed-width digit
+// fields, and the values of hexadecimal digits.
+#ifndef Pegasus_Internal_NumberText_h
+#define Pegasus_Internal_NumberText_h
 
 #include <charconv>
 #include <string>
@@ -27,6 +28,19 @@ inline void append(std::string& out, T x)
 {
     char buf[MAX_CHARS];
     out.append(buf, write(buf, x));
+}
+
+// The value of a hexadecimal digit in either case (a byte or a UTF-16 unit),
+// or -1 for any other character.
+inline int hexDigit(unsigned c)
+{
+    if (c >= '0' && c <= '9')
+        return int(c - '0');
+    if (c >= 'a' && c <= 'f')
+        return int(c - 'a' + 10);
+    if (c >= 'A' && c <= 'F')
+        return int(c - 'A' + 10);
+    return -1;
 }
 
 // Exactly `width` digits of x, zero-padded (the low digits when x is wider).
