@@ -71,6 +71,22 @@ std::string headerValue(const httplib::Request& req, const char* name)
     return fieldValue(req.headers, name);
 }
 
+// Gives set(name, value) every field of a prepared answer but Content-Type,
+// which it returns ("" when there is none).
+template <class Set>
+std::string answerFields(const CimXmlHttpResponse& answer, Set set)
+{
+    std::string contentType;
+    for (const auto& h : answer.headers)
+    {
+        if (iequalsPrefix(h.first, "Content-Type") && h.first.size() == 12)
+            contentType = h.second;
+        else
+            set(h.first, h.second);
+    }
+    return contentType;
+}
+
 // Text from the client as it goes into a log line: quotes, backslashes,
 // control characters and bytes of invalid UTF-8 escaped, so that nothing a
 // client sends can end a line or forge another one.
@@ -361,17 +377,13 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
         state->call);
 
     res.status = static_cast<int>(answer.status);
-    std::string contentType;
     std::string fieldPrefix;
-    for (const auto& h : answer.headers)
-    {
-        if (iequalsPrefix(h.first, "Content-Type") && h.first.size() == 12)
-            contentType = h.second;
-        else
-            res.set_header(h.first.c_str(), h.second);
-        if (h.first.size() == 15 && h.first.compare(2, 13, "-CIMOperation") == 0)
-            fieldPrefix = h.first.substr(0, 3);
-    }
+    std::string contentType =
+        answerFields(answer, [&](const std::string& name, const std::string& value) {
+            res.set_header(name.c_str(), value);
+            if (name.size() == 15 && name.compare(2, 13, "-CIMOperation") == 0)
+                fieldPrefix = name.substr(0, 3);
+        });
     if (answer.status != 200)
     {
         if (!contentType.empty())
@@ -409,11 +421,7 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
         return;
     }
 
-    auto body = std::make_shared<BufferedAnswerBody>();
-    Uint32 code = _processor.run(state->call, state->context, *body);
-    slot.reset();
-    state->call = CimXmlRequestProcessor::Call();
-    logAnswer(*state, 200, code, std::string());
+    std::shared_ptr<BufferedAnswerBody> body = runBuffered(*state, slot);
     size_t size = body->size();
     if (size < BufferedAnswerBody::BLOCK_BYTES)
     {
@@ -426,11 +434,26 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
             size_t n = body->read(offset, data, length);
             return n > 0 && sink.write(data, n);
         },
-        [this, body, size](bool) {
-            body->discard();
-            if (size >= TRIM_AFTER_BYTES)
-                _trimmer.largeAnswerEnded();
-        });
+        [this, body](bool) { bufferedAnswerSent(*body); });
+}
+
+std::shared_ptr<BufferedAnswerBody> HttpFrontEnd::runBuffered(Answer& state,
+    std::unique_ptr<RequestSlots::Hold>& slot)
+{
+    auto body = std::make_shared<BufferedAnswerBody>();
+    Uint32 code = _processor.run(state.call, state.context, *body);
+    slot.reset();
+    state.call = CimXmlRequestProcessor::Call();
+    logAnswer(state, 200, code, std::string());
+    return body;
+}
+
+void HttpFrontEnd::bufferedAnswerSent(BufferedAnswerBody& body)
+{
+    size_t size = body.size();
+    body.discard();
+    if (size >= TRIM_AFTER_BYTES)
+        _trimmer.largeAnswerEnded();
 }
 
 std::shared_ptr<HttpFrontEnd::Answer> HttpFrontEnd::newAnswer(const std::string& method,
@@ -515,14 +538,10 @@ bool HttpFrontEnd::answerPlain(const RequestHead& head, const std::string& body,
             _processor.prepare(state->method, head.fields(), body, state->call);
 
         out.head.status = static_cast<int>(answer.status);
-        std::string contentType;
-        for (const auto& h : answer.headers)
-        {
-            if (iequalsPrefix(h.first, "Content-Type") && h.first.size() == 12)
-                contentType = h.second;
-            else
-                out.head.set(h.first, h.second);
-        }
+        std::string contentType =
+            answerFields(answer, [&out](const std::string& name, const std::string& value) {
+                out.head.set(name, value);
+            });
         if (answer.status != 200)
         {
             if (!contentType.empty())
@@ -538,24 +557,15 @@ bool HttpFrontEnd::answerPlain(const RequestHead& head, const std::string& body,
         if (state->call.manyObjects() && acceptsTrailers(fieldValue(head.fields(), "TE")))
             return false;
 
-        auto sink = std::make_shared<BufferedAnswerBody>();
-        Uint32 code = _processor.run(state->call, state->context, *sink);
-        slot.reset();
-        state->call = CimXmlRequestProcessor::Call();
-        logAnswer(*state, 200, code, std::string());
+        std::shared_ptr<BufferedAnswerBody> sink = runBuffered(*state, slot);
         out.head.set("Content-Type", contentType);
-        size_t size = sink->size();
-        if (size < BufferedAnswerBody::BLOCK_BYTES)
+        if (sink->size() < BufferedAnswerBody::BLOCK_BYTES)
         {
             out.body = sink->take();
             return true;
         }
         out.blocks = sink;
-        out.sent = [this, sink, size] {
-            sink->discard();
-            if (size >= TRIM_AFTER_BYTES)
-                _trimmer.largeAnswerEnded();
-        };
+        out.sent = [this, sink] { bufferedAnswerSent(*sink); };
     }
     catch (...)
     {

@@ -36,6 +36,7 @@ struct Response;
 namespace cimhost
 {
 
+class BufferedAnswerBody;
 class CimHttpServer;
 class Logger;
 class RequestHead;
@@ -112,6 +113,13 @@ private:
     static bool acceptsTrailers(std::string te);
     void logAnswer(const Answer& answer, Pegasus::Uint32 status, Pegasus::Uint32 code,
         const std::string& cimError);
+    // Runs a prepared call into a body kept whole, gives the request's slot
+    // back and logs the answer.
+    std::shared_ptr<BufferedAnswerBody> runBuffered(Answer& state,
+        std::unique_ptr<RequestSlots::Hold>& slot);
+    // A kept body has been sent: its memory goes, and a large one is reported
+    // to the trimmer.
+    void bufferedAnswerSent(BufferedAnswerBody& body);
     void configure(CimHttpServer& server, Transport transport);
     bool checkHeaders(const httplib::Request& req, httplib::Response& res, Transport transport);
     void handle(const httplib::Request& req, httplib::Response& res);
