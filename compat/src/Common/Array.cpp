@@ -6,7 +6,7 @@
 
 PEGASUS_NAMESPACE_BEGIN
 
-ArrayRepBase ArrayRepBase_empty = { {0}, 0, 0 };
+ArrayRepBase ArrayRepBase_empty = { {0}, 0, 0, 0 };
 
 void ArrayThrowIndexOutOfBoundsException()
 {

@@ -20,21 +20,103 @@ PEGASUS_NAMESPACE_BEGIN
 
 struct CIMObjectPathRep
 {
-    CIMObjectPathRep() : refs(1) {}
+    CIMObjectPathRep() : refs(1), withKeyList(false) {}
     CIMObjectPathRep(const CIMObjectPathRep& x)
-        : refs(1), host(x.host), nameSpace(x.nameSpace),
+        : refs(1), withKeyList(false), host(x.host), nameSpace(x.nameSpace),
           className(x.className), keyBindings(x.keyBindings) {}
 
     std::atomic<Uint32> refs;
+    // Whether the rep lies in a block with the list of its one key.
+    bool withKeyList;
     String host;
     CIMNamespaceName nameSpace;
     CIMName className;
     Array<CIMKeyBinding> keyBindings;
 
+    // A path of one key keeps that key in the same allocation as its rep:
+    // the rep, the key's list, the key and a count of holders. The rep and
+    // the list each hold the block, as the list may outlive the path in a
+    // copy of getKeyBindings().
+    static const size_t LIST_AT;
+    static const size_t HOLDERS_AT;
+    static std::atomic<Uint32>& holders(char* block)
+    {
+        return *reinterpret_cast<std::atomic<Uint32>*>(block + HOLDERS_AT);
+    }
+
+    static CIMObjectPathRep* withKey(const String& host,
+        const CIMNamespaceName& nameSpace, const CIMName& className,
+        const CIMKeyBinding& key)
+    {
+        char* block = static_cast<char*>(::operator new(
+            HOLDERS_AT + sizeof(std::atomic<Uint32>)));
+        ArrayRepBase* list = reinterpret_cast<ArrayRepBase*>(block + LIST_AT);
+        try
+        {
+            new (list + 1) CIMKeyBinding(key);
+        }
+        catch (...)
+        {
+            ::operator delete(block);
+            throw;
+        }
+        new (block + HOLDERS_AT) std::atomic<Uint32>(2);
+        new (&list->refs) std::atomic<Uint32>(1);
+        list->size = 1;
+        list->capacity = 1;
+        list->within = Uint32(LIST_AT);
+        CIMObjectPathRep* rep = new (block) CIMObjectPathRep();
+        rep->withKeyList = true;
+        rep->host = host;
+        rep->nameSpace = nameSpace;
+        rep->className = className;
+        rep->keyBindings = Array<CIMKeyBinding>(list, Array<CIMKeyBinding>::Adopt());
+        return rep;
+    }
+
+    // Makes rep (shared, unique or null) a path of these parts; the keys
+    // are stored as they are.
+    static void assign(CIMObjectPathRep*& rep, const String& host,
+        const CIMNamespaceName& nameSpace, const CIMName& className,
+        const Array<CIMKeyBinding>& keys)
+    {
+        if (keys.size() == 1)
+        {
+            CIMObjectPathRep* made = withKey(host, nameSpace, className, keys[0]);
+            unref(rep);
+            rep = made;
+            return;
+        }
+        if (!rep || rep->refs.load(std::memory_order_acquire) != 1)
+        {
+            CIMObjectPathRep* made = new CIMObjectPathRep();
+            unref(rep);
+            rep = made;
+        }
+        rep->host = host;
+        rep->nameSpace = nameSpace;
+        rep->className = className;
+        rep->keyBindings = keys;
+    }
+
+    // Gives up one hold on a block; the last frees it.
+    static void release(char* block)
+    {
+        if (holders(block).fetch_sub(1, std::memory_order_acq_rel) == 1)
+            ::operator delete(block);
+    }
+
     static void unref(CIMObjectPathRep* rep)
     {
-        if (rep && rep->refs.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        if (!rep || rep->refs.fetch_sub(1, std::memory_order_acq_rel) != 1)
+            return;
+        if (!rep->withKeyList)
+        {
             delete rep;
+            return;
+        }
+        rep->~CIMObjectPathRep();
+        release(reinterpret_cast<char*>(rep));
     }
     static CIMObjectPathRep* ref(CIMObjectPathRep* rep)
     {
@@ -43,6 +125,17 @@ struct CIMObjectPathRep
         return rep;
     }
 };
+
+const size_t CIMObjectPathRep::LIST_AT =
+    (sizeof(CIMObjectPathRep) + alignof(ArrayRepBase) - 1) & ~(alignof(ArrayRepBase) - 1);
+const size_t CIMObjectPathRep::HOLDERS_AT =
+    CIMObjectPathRep::LIST_AT + sizeof(ArrayRepBase) + sizeof(CIMKeyBinding);
+
+void ArrayRepBase_releaseWithin(ArrayRepBase* list)
+{
+    // Only paths place a list within a block of their own.
+    CIMObjectPathRep::release(reinterpret_cast<char*>(list) - list->within);
+}
 
 namespace
 {
@@ -1027,12 +1120,7 @@ void CIMObjectPath::set(
     const Array<CIMKeyBinding>& keyBindings)
 {
     checkHost(host);
-    Array<CIMKeyBinding> keys = storedKeys(keyBindings);
-    _unshare();
-    _rep->host = host;
-    _rep->nameSpace = nameSpace;
-    _rep->className = className;
-    _rep->keyBindings = keys;
+    CIMObjectPathRep::assign(_rep, host, nameSpace, className, storedKeys(keyBindings));
 }
 
 void CIMObjectPath::set(const String& objectName)
@@ -1042,11 +1130,7 @@ void CIMObjectPath::set(const String& objectName)
     if (!parsePath(objectName, p, reason))
         throw MalformedObjectNameException(
             objectName + String(", reason:\"") + reason + String("\""));
-    _unshare();
-    _rep->host = p.host;
-    _rep->nameSpace = p.nameSpace;
-    _rep->className = p.className;
-    _rep->keyBindings = p.keys;
+    CIMObjectPathRep::assign(_rep, p.host, p.nameSpace, p.className, p.keys);
 }
 
 CIMObjectPath& CIMObjectPath::operator=(const String& objectName)

@@ -25,13 +25,23 @@ struct alignas(16) ArrayRepBase
     std::atomic<Uint32> refs;
     Uint32 size;
     Uint32 capacity;
+    // 0 for a representation allocated on its own. Otherwise it lies this
+    // many bytes into a block that begins with a count of its holders (an
+    // object path shares one allocation with its only key); the last holder
+    // frees the block.
+    Uint32 within;
 };
 
 // The shared representation of all empty arrays. Never freed, never
 // written.
 extern PEGASUS_COMMON_LINKAGE ArrayRepBase ArrayRepBase_empty;
 
+// Drops a representation's hold on the block it lies within.
+PEGASUS_COMMON_LINKAGE void ArrayRepBase_releaseWithin(ArrayRepBase* rep);
+
 PEGASUS_COMMON_LINKAGE void ArrayThrowIndexOutOfBoundsException();
+
+struct CIMObjectPathRep;
 
 template<class T>
 class Array
@@ -266,6 +276,11 @@ public:
     }
 
 private:
+    // Takes over a representation its maker has filled (one reference).
+    struct Adopt {};
+    Array(ArrayRepBase* rep, Adopt) : _rep(rep) {}
+    friend struct CIMObjectPathRep;
+
     static T* _data(ArrayRepBase* rep)
     {
         return reinterpret_cast<T*>(rep + 1);
@@ -285,6 +300,7 @@ private:
         new (&rep->refs) std::atomic<Uint32>(1);
         rep->size = 0;
         rep->capacity = capacity;
+        rep->within = 0;
         return rep;
     }
 
@@ -309,7 +325,10 @@ private:
     static void _free(ArrayRepBase* rep)
     {
         _destroy(_data(rep), rep->size);
-        ::operator delete(rep);
+        if (rep->within)
+            ArrayRepBase_releaseWithin(rep);
+        else
+            ::operator delete(rep);
     }
 
     bool _unique() const
