@@ -27,7 +27,8 @@ void throwTooFew()
     throw CIMException(CIM_ERR_FAILED, String("Too few objects delivered."));
 }
 
-// The buffer is empty afterwards, even when the sink throws.
+// The buffer is empty afterwards, even when the sink throws. It keeps its
+// room for the next chunk unless the sink kept the chunk.
 template <class T>
 void release(Array<T>& buffer, Array<T>& results, const ReleaseSink<T>& sink)
 {
@@ -39,9 +40,11 @@ void release(Array<T>& buffer, Array<T>& results, const ReleaseSink<T>& sink)
     }
     if (buffer.size() == 0)
         return;
-    Array<T> chunk(buffer);
-    buffer.clear();
+    Array<T> chunk;
+    chunk.swap(buffer);
     sink(chunk);
+    chunk.clear();
+    buffer.swap(chunk);
 }
 
 } // namespace
