@@ -582,8 +582,8 @@ void Router::enumerateInstancesTo(const OperationContext& context,
 void Router::enumerateInstanceNamesTo(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMName& className, CIMResultSink& sink)
 {
-    enumerateInstanceNames(context, nameSpace, className,
-        [&sink](const CIMObjectPath& path) { sink.path(path); });
+    enumerateInstanceNameChunks(context, nameSpace, className,
+        [&sink](const Array<CIMObjectPath>& chunk) { sink.paths(chunk); });
 }
 
 Array<CIMInstance> Router::enumerateInstances(const OperationContext& context,
@@ -704,6 +704,17 @@ Array<CIMObjectPath> Router::enumerateInstanceNames(const OperationContext& cont
 void Router::enumerateInstanceNames(const OperationContext& context,
     const CIMNamespaceName& nameSpace, const CIMName& className, const PathSink& sink)
 {
+    enumerateInstanceNameChunks(context, nameSpace, className,
+        [&sink](const Array<CIMObjectPath>& chunk) {
+            for (Uint32 j = 0; j < chunk.size(); j++)
+                sink(chunk[j]);
+        });
+}
+
+void Router::enumerateInstanceNameChunks(const OperationContext& context,
+    const CIMNamespaceName& nameSpace, const CIMName& className,
+    const PathChunkSink& sink)
+{
     checkClass(nameSpace, className);
     Array<CIMName> classes;
     classes.append(className);
@@ -719,18 +730,17 @@ void Router::enumerateInstanceNames(const OperationContext& context,
         {
             Array<CIMObjectPath> stored =
                 _repository.enumerateInstanceNames(nameSpace, cls);
+            Array<CIMObjectPath> own;
             for (Uint32 j = 0; j < stored.size(); j++)
                 if (stored[j].getClassName() == cls)
-                    sink(stored[j]);
+                    own.append(stored[j]);
+            if (own.size())
+                sink(own);
             continue;
         }
         ProviderManager::Lease l = lease(*cap);
         CIMInstanceProvider* provider = providerInterface<CIMInstanceProvider>(l);
-        ObjectPathCollector handler(Cardinality::Many,
-            [&](const Array<CIMObjectPath>& chunk) {
-                for (Uint32 j = 0; j < chunk.size(); j++)
-                    sink(chunk[j]);
-            });
+        ObjectPathCollector handler(Cardinality::Many, sink);
         CIMObjectPath path(_hostName, nameSpace, cls);
         callProvider([&] { provider->enumerateInstanceNames(ctx, path, handler); });
     }

@@ -212,6 +212,11 @@ public:
     void enumerateInstanceNames(const Pegasus::OperationContext& context,
         const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& className,
         const PathSink& sink);
+    // The same, a run of paths at a time as the provider releases them.
+    typedef std::function<void(const Pegasus::Array<Pegasus::CIMObjectPath>&)> PathChunkSink;
+    void enumerateInstanceNameChunks(const Pegasus::OperationContext& context,
+        const Pegasus::CIMNamespaceName& nameSpace, const Pegasus::CIMName& className,
+        const PathChunkSink& sink);
     void associators(const Pegasus::OperationContext& context,
         const Pegasus::CIMNamespaceName& nameSpace,
         const Pegasus::CIMObjectPath& objectName, const Pegasus::CIMName& assocClass,

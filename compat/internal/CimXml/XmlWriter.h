@@ -82,6 +82,8 @@ public:
     void appendClassPath(const CIMObjectPath& path);
     void appendKeyBinding(const CIMKeyBinding& keyBinding);
     void appendInstanceName(const CIMObjectPath& path);
+    // INSTANCENAME of each path in turn.
+    void appendInstanceNames(const Array<CIMObjectPath>& paths);
     void appendLocalInstancePath(const CIMObjectPath& path);
     void appendInstancePath(const CIMObjectPath& path);
     // OBJECTPATH holding INSTANCEPATH, or CLASSPATH when asClass is true.
@@ -177,6 +179,17 @@ private:
     void _arrayValues(const CIMValue& value);
     void _appendFlavor(const CIMFlavor& flavor);
     void _appendReferenceContent(const CIMObjectPath& path);
+
+    // The text up to the key value of the last INSTANCENAME of one key
+    // written with interned class and key names.
+    struct KeyedHead
+    {
+        const void* className = nullptr;
+        const void* keyName = nullptr;
+        int type = -1;
+        std::string text;
+    };
+    KeyedHead _keyedHead;
 
     std::string& _out;
     char* _p;

@@ -83,9 +83,7 @@ public:
     virtual void enumerateInstanceNamesTo(const OperationContext& context,
         const CIMNamespaceName& nameSpace, const CIMName& className, CIMResultSink& sink)
     {
-        Array<CIMObjectPath> a = enumerateInstanceNames(context, nameSpace, className);
-        for (Uint32 i = 0; i < a.size(); i++)
-            sink.path(a[i]);
+        sink.paths(enumerateInstanceNames(context, nameSpace, className));
     }
     virtual CIMObjectPath createInstance(const OperationContext& context,
         const CIMNamespaceName& nameSpace, const CIMInstance& newInstance) = 0;

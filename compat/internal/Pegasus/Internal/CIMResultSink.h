@@ -22,6 +22,13 @@ public:
 
     virtual void instance(const CIMInstance&) {}
     virtual void path(const CIMObjectPath&) {}
+    // Paths that are ready together, in their order; by default one at a
+    // time to path().
+    virtual void paths(const Array<CIMObjectPath>& chunk)
+    {
+        for (Uint32 i = 0; i < chunk.size(); i++)
+            path(chunk[i]);
+    }
 };
 
 PEGASUS_NAMESPACE_END

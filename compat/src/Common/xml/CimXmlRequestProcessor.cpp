@@ -592,6 +592,15 @@ public:
         _rv.body.progress(_rv.out);
     }
 
+    void paths(const Array<CIMObjectPath>& chunk) override
+    {
+        if (chunk.size() == 0)
+            return;
+        _rv.begin();
+        _w.appendInstanceNames(chunk);
+        _rv.body.progress(_rv.out);
+    }
+
 private:
     ReturnValue& _rv;
     XmlWriter _w;

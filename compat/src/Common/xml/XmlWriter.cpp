@@ -862,6 +862,36 @@ void XmlWriter::appendInstanceName(const CIMObjectPath& path)
 {
     Scope scope(*this);
     const Array<CIMKeyBinding>& keys = path.getKeyBindings();
+    if (keys.size() == 1 && keys[0].getType() != CIMKeyBinding::REFERENCE)
+    {
+        // The paths of an enumeration differ in their key's value only: the
+        // text before it is made once for interned class and key names,
+        // which stay what they are for as long as the process runs.
+        const StringRep* cls = StringRep::of(nameText(path.getClassName()));
+        const StringRep* key = StringRep::of(nameText(keys[0].getName()));
+        if (NameTable::interned(cls) && NameTable::interned(key))
+        {
+            if (cls != _keyedHead.className || key != _keyedHead.keyName ||
+                keys[0].getType() != _keyedHead.type)
+            {
+                std::string& h = _keyedHead.text;
+                h.assign("<INSTANCENAME CLASSNAME=\"");
+                h.append(NameTable::bytesOf(cls), cls->size);
+                h.append("\">\n<KEYBINDING NAME=\"");
+                h.append(NameTable::bytesOf(key), key->size);
+                h.append("\">");
+                Text keyValue = valueTypeAttr(keys[0].getType());
+                h.append(keyValue.s, keyValue.n);
+                _keyedHead.className = cls;
+                _keyedHead.keyName = key;
+                _keyedHead.type = keys[0].getType();
+            }
+            _text(_keyedHead.text.data(), _keyedHead.text.size());
+            _escaped("", keys[0].getValue(), 0,
+                "</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n");
+            return;
+        }
+    }
     if (keys.size() == 0)
     {
         _escaped("<INSTANCENAME CLASSNAME=\"", path.getClassName().getString(), 2, "\"/>\n");
@@ -871,6 +901,14 @@ void XmlWriter::appendInstanceName(const CIMObjectPath& path)
     for (Uint32 i = 0; i < keys.size(); i++)
         appendKeyBinding(keys[i]);
     _lit("</INSTANCENAME>\n");
+}
+
+void XmlWriter::appendInstanceNames(const Array<CIMObjectPath>& paths)
+{
+    // One call for the run: the room it grows serves every path.
+    Scope scope(*this);
+    for (Uint32 i = 0; i < paths.size(); i++)
+        appendInstanceName(paths[i]);
 }
 
 void XmlWriter::appendLocalInstancePath(const CIMObjectPath& path)
