@@ -88,6 +88,40 @@ TEST(CIMObjectPath, SettingPartsAndText)
     EXPECT_TRUE(p.getClassName().isNull());
 }
 
+
+// A path of one key keeps the key beside itself; the key list a caller
+// copies out must stay whole after the path is gone or changed, and changes
+// through either side must not reach the other.
+TEST(CIMObjectPath, KeyListOfAOneKeyPathOutlivesThePath)
+{
+    Array<CIMKeyBinding> kept;
+    CIMObjectPath copy;
+    {
+        CIMObjectPath p(String("h"), CIMNamespaceName("root/velk"), CIMName("VELK_ConcreteJob"),
+            Array<CIMKeyBinding>(1, CIMKeyBinding(CIMName("InstanceID"), String("KORVANE:task_id:7"),
+                CIMKeyBinding::STRING)));
+        kept = p.getKeyBindings();
+        copy = p;
+        p.setKeyBindings(Array<CIMKeyBinding>());
+        EXPECT_EQ(text(p), "//h/root/velk:VELK_ConcreteJob");
+    }
+    EXPECT_EQ(text(copy), "//h/root/velk:VELK_ConcreteJob.InstanceID=\"KORVANE:task_id:7\"");
+    copy = CIMObjectPath();
+    ASSERT_EQ(kept.size(), 1u);
+    EXPECT_EQ(kept[0].getValue(), "KORVANE:task_id:7");
+    kept[0].setValue("KORVANE:task_id:8");
+    kept.append(CIMKeyBinding(CIMName("Other"), String("x"), CIMKeyBinding::STRING));
+    EXPECT_EQ(kept[0].getValue(), "KORVANE:task_id:8");
+
+    // Set again with one key, then from text with one key: the old list a
+    // caller holds keeps its value.
+    CIMObjectPath q("//h/root:A.k=\"1\"");
+    Array<CIMKeyBinding> first = q.getKeyBindings();
+    q.set("//h/root:A.k=\"2\"");
+    q.set(String("h"), CIMNamespaceName("root"), CIMName("A"), first);
+    EXPECT_EQ(first[0].getValue(), "1");
+    EXPECT_EQ(text(q), "//h/root:A.k=\"1\"");
+}
 TEST(CIMObjectPath, ParseRoundTrips)
 {
     const char* samples[] = {

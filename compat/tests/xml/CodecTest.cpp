@@ -309,6 +309,38 @@ TEST(CimXmlWriter, PathsAndKeyBindings)
         encode([&](XmlWriter& w) { w.appendLocalClassPath(cls); }));
 }
 
+// One writer, one-key names of changing classes, key names and key types in
+// turn: each keeps its own head, and values are escaped.
+TEST(CimXmlWriter, OneKeyNamesInARunKeepTheirOwnHeads)
+{
+    auto path = [](const CIMName& cls, const CIMName& key, const char* value,
+                    CIMKeyBinding::Type type) {
+        return CIMObjectPath(String(), CIMNamespaceName(), cls,
+            Array<CIMKeyBinding>(1, CIMKeyBinding(key, String(value), type)));
+    };
+    Array<CIMObjectPath> run;
+    run.append(path(CIMName("EXM_Job"), CIMName("InstanceID"), "a<1", CIMKeyBinding::STRING));
+    run.append(path(CIMName("EXM_Job"), CIMName("InstanceID"), "2", CIMKeyBinding::NUMERIC));
+    run.append(path(CIMName("EXM_Disk"), CIMName("InstanceID"), "3", CIMKeyBinding::NUMERIC));
+    run.append(path(CIMName("EXM_Disk"), CIMName("Slot"), "4", CIMKeyBinding::NUMERIC));
+    run.append(path(CIMName(String("EXM_Other")), CIMName(String("Key")), "&", CIMKeyBinding::STRING));
+    run.append(path(CIMName("EXM_Job"), CIMName("InstanceID"), "6", CIMKeyBinding::STRING));
+    auto name = [](const char* cls, const char* key, const char* type, const char* value) {
+        return std::string("<INSTANCENAME CLASSNAME=\"") + cls + "\">\n<KEYBINDING NAME=\"" + key +
+            "\"><KEYVALUE VALUETYPE=\"" + type + "\">" + value +
+            "</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n";
+    };
+    std::string expected = name("EXM_Job", "InstanceID", "string", "a&lt;1") +
+        name("EXM_Job", "InstanceID", "numeric", "2") + name("EXM_Disk", "InstanceID", "numeric", "3") +
+        name("EXM_Disk", "Slot", "numeric", "4") + name("EXM_Other", "Key", "string", "&amp;") +
+        name("EXM_Job", "InstanceID", "string", "6");
+    EXPECT_EQ(expected, encode([&](XmlWriter& w) { w.appendInstanceNames(run); }));
+    EXPECT_EQ(expected, encode([&](XmlWriter& w) {
+        for (Uint32 i = 0; i < run.size(); i++)
+            w.appendInstanceName(run[i]);
+    }));
+}
+
 TEST(CimXmlWriter, OutputFollowsTheStrictClientRules)
 {
     CIMInstance i = richInstance();
