@@ -542,14 +542,28 @@ Uint32 VELK_ConcreteJobProvider::extractTaskIDFromInstanceID(
 CIMObjectPath VELK_ConcreteJobProvider::buildObjectPath(const String& host,
     const String& instanceID)
 {
+    Array<CIMKeyBinding> keys;
+    return buildObjectPath(host, instanceID, keys);
+}
+
+CIMObjectPath VELK_ConcreteJobProvider::buildObjectPath(const String& host,
+    const String& instanceID, Array<CIMKeyBinding>& keys)
+{
     log_message(4, "--> VELK_ConcreteJobProvider::buildObjectPath\n");
     // The names are made once; every path shares them.
     static const CIMNamespaceName nameSpace(JOB_NAMESPACE);
     static const CIMName className(JOB_CLASS);
     static const CIMName keyName("InstanceID");
-    const CIMKeyBinding key(keyName, instanceID, CIMKeyBinding::STRING);
-    CIMObjectPath path(host, nameSpace, className,
-        Array<CIMKeyBinding>(&key, 1));
+    // The list is refilled in place when the last path made from it did not
+    // keep it.
+    if (keys.size() == 1)
+        keys[0].setValue(instanceID);
+    else
+    {
+        keys.clear();
+        keys.append(CIMKeyBinding(keyName, instanceID, CIMKeyBinding::STRING));
+    }
+    CIMObjectPath path(host, nameSpace, className, keys);
     log_message(4, "<-- VELK_ConcreteJobProvider::buildObjectPath\n");
     return path;
 }
@@ -572,12 +586,13 @@ Array<CIMObjectPath> VELK_ConcreteJobProvider::_build_ref()
     if (taken && status.code == 0)
     {
         paths.reserveCapacity(Uint32(count));
+        Array<CIMKeyBinding> keys;
         for (int i = 0; i < count; i++)
         {
             if (supportedJobType(list.tasks[i].tsk_type))
             {
                 paths.append(buildObjectPath(_hostAddr,
-                    makeUniqueID(list.tasks[i].taskid.tid)));
+                    makeUniqueID(list.tasks[i].taskid.tid), keys));
             }
         }
     }

@@ -99,6 +99,9 @@ public:
     static Uint32 extractTaskIDFromInstanceID(const String& instanceID);
     static CIMObjectPath buildObjectPath(const String& host,
         const String& instanceID);
+    // The same, refilling a key list the caller keeps for a run of paths.
+    static CIMObjectPath buildObjectPath(const String& host,
+        const String& instanceID, Array<CIMKeyBinding>& keys);
     Array<CIMObjectPath> _build_ref();
 
     // ---- job construction ----
