@@ -1120,7 +1120,12 @@ void CIMObjectPath::set(
     const Array<CIMKeyBinding>& keyBindings)
 {
     checkHost(host);
-    CIMObjectPathRep::assign(_rep, host, nameSpace, className, storedKeys(keyBindings));
+    // One key that is not a reference is stored as it is.
+    if (keyBindings.size() == 1 &&
+        keyBindings[0].getType() != CIMKeyBinding::REFERENCE)
+        CIMObjectPathRep::assign(_rep, host, nameSpace, className, keyBindings);
+    else
+        CIMObjectPathRep::assign(_rep, host, nameSpace, className, storedKeys(keyBindings));
 }
 
 void CIMObjectPath::set(const String& objectName)
