@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 using namespace Pegasus;
 using namespace cimhost;
 
@@ -39,3 +42,23 @@ TEST(ResponseCollectors, MethodResultWithoutCompleteIsEmpty)
 }
 
 } // namespace
+
+// The collector reuses its buffer for the next chunk; a sink that keeps the
+// chunks it got must find them as they were, whatever came after.
+TEST(ResponseCollectors, ChunksASinkKeepsStayAsReleased)
+{
+    std::vector<Array<CIMObjectPath>> kept;
+    ObjectPathCollector c(Cardinality::Many,
+        [&kept](const Array<CIMObjectPath>& chunk) { kept.push_back(chunk); });
+    const Uint32 total = 2 * RESPONSE_CHUNK_SIZE + 7;
+    for (Uint32 i = 0; i < total; i++)
+        c.deliver(CIMObjectPath(String("//h/root:A.k=\"") + String(std::to_string(i).c_str()) +
+            String("\"")));
+    c.complete();
+    ASSERT_EQ(3u, kept.size());
+    Uint32 n = 0;
+    for (const Array<CIMObjectPath>& chunk : kept)
+        for (Uint32 i = 0; i < chunk.size(); i++, n++)
+            EXPECT_EQ(String(std::to_string(n).c_str()), chunk[i].getKeyBindings()[0].getValue());
+    EXPECT_EQ(total, n);
+}
