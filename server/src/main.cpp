@@ -6,6 +6,7 @@
 #include <cimhost/EmbeddedServer.h>
 
 #include <csignal>
+#include <malloc.h>
 #include <iostream>
 #include <pthread.h>
 #include <string>
@@ -94,6 +95,12 @@ int main(int argc, char** argv)
         return cl.exitCode;
     if (cl.action != CommandLine::Action::Serve)
         return passwd(cl);
+
+    // No fast bins: a large answer frees thousands of small objects at once,
+    // and merging them as they are freed, while they are still in the
+    // cache, costs less than gathering them from the fast bins at the next
+    // large allocation. Freed memory also merges into larger blocks.
+    mallopt(M_MXFAST, 0);
 
     // Every thread started from here on inherits the blocked signals; this
     // thread waits for them.
