@@ -26,9 +26,9 @@ struct alignas(16) ArrayRepBase
     Uint32 size;
     Uint32 capacity;
     // 0 for a representation allocated on its own. Otherwise it lies this
-    // many bytes into a block that begins with a count of its holders (an
-    // object path shares one allocation with its only key); the last holder
-    // frees the block.
+    // many bytes into a block it shares with its owner (an object path and
+    // its only key share one allocation), and freeing it gives up its hold
+    // on the block.
     Uint32 within;
 };
 
