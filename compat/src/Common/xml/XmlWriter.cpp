@@ -862,17 +862,18 @@ void XmlWriter::appendInstanceName(const CIMObjectPath& path)
 {
     Scope scope(*this);
     const Array<CIMKeyBinding>& keys = path.getKeyBindings();
-    if (keys.size() == 1 && keys[0].getType() != CIMKeyBinding::REFERENCE)
+    if (keys.size() == 1 && keys.getData()[0].getType() != CIMKeyBinding::REFERENCE)
     {
+        const CIMKeyBinding& kb = keys.getData()[0];
         // The paths of an enumeration differ in their key's value only: the
         // text before it is made once for interned class and key names,
         // which stay what they are for as long as the process runs.
         const StringRep* cls = StringRep::of(nameText(path.getClassName()));
-        const StringRep* key = StringRep::of(nameText(keys[0].getName()));
+        const StringRep* key = StringRep::of(nameText(kb.getName()));
         if (NameTable::interned(cls) && NameTable::interned(key))
         {
             if (cls != _keyedHead.className || key != _keyedHead.keyName ||
-                keys[0].getType() != _keyedHead.type)
+                kb.getType() != _keyedHead.type)
             {
                 std::string& h = _keyedHead.text;
                 h.assign("<INSTANCENAME CLASSNAME=\"");
@@ -880,14 +881,14 @@ void XmlWriter::appendInstanceName(const CIMObjectPath& path)
                 h.append("\">\n<KEYBINDING NAME=\"");
                 h.append(NameTable::bytesOf(key), key->size);
                 h.append("\">");
-                Text keyValue = valueTypeAttr(keys[0].getType());
+                Text keyValue = valueTypeAttr(kb.getType());
                 h.append(keyValue.s, keyValue.n);
                 _keyedHead.className = cls;
                 _keyedHead.keyName = key;
-                _keyedHead.type = keys[0].getType();
+                _keyedHead.type = kb.getType();
             }
             _text(_keyedHead.text.data(), _keyedHead.text.size());
-            _escaped("", keys[0].getValue(), 0,
+            _escaped("", kb.getValue(), 0,
                 "</KEYVALUE></KEYBINDING>\n</INSTANCENAME>\n");
             return;
         }
