@@ -3,6 +3,7 @@
 // comparison and hashing of object paths.
 //
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -34,11 +35,15 @@ struct CIMObjectPathRep
     Array<CIMKeyBinding> keyBindings;
 
     // A path of one key keeps that key in the same allocation as its rep:
-    // the rep, the key's list, the key and a count of holders. The rep and
-    // the list each hold the block, as the list may outlive the path in a
-    // copy of getKeyBindings().
+    // the rep, the key's list, the key, a count of holders and, when it is
+    // short, the text of the key's value. The rep, the list and that text
+    // each hold the block, as the list and the text may outlive the path
+    // in copies of getKeyBindings() and getValue().
     static const size_t LIST_AT;
     static const size_t HOLDERS_AT;
+    static const size_t VALUE_AT;
+    // Longer values keep a representation of their own.
+    static const Uint32 VALUE_IN_BLOCK_MAX = 64;
     static std::atomic<Uint32>& holders(char* block)
     {
         return *reinterpret_cast<std::atomic<Uint32>*>(block + HOLDERS_AT);
@@ -48,19 +53,42 @@ struct CIMObjectPathRep
         const CIMNamespaceName& nameSpace, const CIMName& className,
         const CIMKeyBinding& key)
     {
-        char* block = static_cast<char*>(::operator new(
-            HOLDERS_AT + sizeof(std::atomic<Uint32>)));
+        const StringRep* value = StringRep::of(key._value);
+        const bool valueInBlock =
+            !StringRep::immortal(value) && value->size <= VALUE_IN_BLOCK_MAX;
+        size_t bytes = valueInBlock
+            ? VALUE_AT + offsetof(StringRep, data) + (size_t(value->size) + 1) * sizeof(Uint16)
+            : HOLDERS_AT + sizeof(std::atomic<Uint32>);
+        char* block = static_cast<char*>(::operator new(bytes));
         ArrayRepBase* list = reinterpret_cast<ArrayRepBase*>(block + LIST_AT);
-        try
+        CIMKeyBinding* stored = reinterpret_cast<CIMKeyBinding*>(list + 1);
+        if (valueInBlock)
         {
-            new (list + 1) CIMKeyBinding(key);
+            // Names are shared; the value's text is copied in, so that
+            // the one the caller made can go at once.
+            StringRep* text = reinterpret_cast<StringRep*>(block + VALUE_AT);
+            new (&text->refs) std::atomic<Uint32>(1);
+            text->size = value->size;
+            text->cap = value->size | StringRep::WITHIN;
+            std::memcpy(text->data, value->data, (size_t(value->size) + 1) * sizeof(Uint16));
+            new (stored) CIMKeyBinding();
+            stored->_name = key._name;
+            stored->_value = StringRep::adopt(text);
+            stored->_type = key._type;
         }
-        catch (...)
+        else
         {
-            ::operator delete(block);
-            throw;
+            try
+            {
+                new (stored) CIMKeyBinding(key);
+            }
+            catch (...)
+            {
+                ::operator delete(block);
+                throw;
+            }
         }
-        new (block + HOLDERS_AT) std::atomic<Uint32>(2);
+        new (block + HOLDERS_AT) std::atomic<Uint32>(valueInBlock ? 3 : 2);
         new (&list->refs) std::atomic<Uint32>(1);
         list->size = 1;
         list->capacity = 1;
@@ -130,11 +158,20 @@ const size_t CIMObjectPathRep::LIST_AT =
     (sizeof(CIMObjectPathRep) + alignof(ArrayRepBase) - 1) & ~(alignof(ArrayRepBase) - 1);
 const size_t CIMObjectPathRep::HOLDERS_AT =
     CIMObjectPathRep::LIST_AT + sizeof(ArrayRepBase) + sizeof(CIMKeyBinding);
+const size_t CIMObjectPathRep::VALUE_AT =
+    (CIMObjectPathRep::HOLDERS_AT + sizeof(std::atomic<Uint32>) + alignof(StringRep) - 1) &
+    ~(alignof(StringRep) - 1);
 
 void ArrayRepBase_releaseWithin(ArrayRepBase* list)
 {
     // Only paths place a list within a block of their own.
     CIMObjectPathRep::release(reinterpret_cast<char*>(list) - list->within);
+}
+
+void StringRep::releaseWithin(StringRep* rep)
+{
+    // Only paths place a value's text within a block of their own.
+    CIMObjectPathRep::release(reinterpret_cast<char*>(rep) - CIMObjectPathRep::VALUE_AT);
 }
 
 namespace

@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -20,11 +21,16 @@ const String String::EMPTY;
 
 [[gnu::noinline]] void StringRep::destroy(StringRep* rep)
 {
-    ::operator delete(rep);
+    if (rep->cap & WITHIN)
+        releaseWithin(rep);
+    else
+        ::operator delete(rep);
 }
 
 StringRep* StringRep::alloc(Uint32 cap)
 {
+    if (cap >= WITHIN)
+        throw std::bad_alloc();
     void* p = ::operator new(offsetof(StringRep, data) + (size_t(cap) + 1) * sizeof(Uint16));
     StringRep* rep = static_cast<StringRep*>(p);
     new (&rep->refs) std::atomic<Uint32>(1);
@@ -439,13 +445,14 @@ void String::_unshare(Uint32 minCapacity)
 {
     bool shared = _rep == &StringRep::emptyRep ||
         _rep->refs.load(std::memory_order_acquire) != 1;
-    if (!shared && _rep->cap >= minCapacity)
+    Uint32 had = StringRep::capacity(_rep);
+    if (!shared && had >= minCapacity)
         return;
     Uint32 cap = minCapacity;
     if (cap < _rep->size)
         cap = _rep->size;
-    if (!shared && cap < 2 * _rep->cap)
-        cap = 2 * _rep->cap;
+    if (!shared && cap < 2 * had)
+        cap = 2 * had;
     if (cap == 0)
         cap = 8;
     StringRep* rep = StringRep::alloc(cap);
@@ -457,7 +464,7 @@ void String::_unshare(Uint32 minCapacity)
 
 void String::reserveCapacity(Uint32 capacity)
 {
-    if (capacity > _rep->cap)
+    if (capacity > StringRep::capacity(_rep))
         _unshare(capacity);
 }
 

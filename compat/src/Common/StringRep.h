@@ -25,6 +25,12 @@ struct StringRep
     static const Uint32 IMMORTAL = 0x80000000u;
     // The mark of an interned name, whose case-folded hash precedes it.
     static const Uint32 INTERNED = 0xC0000000u;
+    // Set in `cap` of a representation that lies within a larger block
+    // (a path's key value): its last reference releases that block
+    // instead of freeing itself.
+    static const Uint32 WITHIN = 0x80000000u;
+
+    static Uint32 capacity(const StringRep* rep) { return rep->cap & ~WITHIN; }
 
     static StringRep* alloc(Uint32 cap);
     static bool immortal(const StringRep* rep)
@@ -46,6 +52,9 @@ struct StringRep
     static void destroy(StringRep* rep);
 
     static StringRep emptyRep;
+
+    // Releases the block a WITHIN representation lies in.
+    static void releaseWithin(StringRep* rep);
 
     static StringRep* of(const String& s) { return s._rep; }
     static String adopt(StringRep* rep) { return String(rep); }

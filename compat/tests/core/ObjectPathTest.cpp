@@ -121,6 +121,22 @@ TEST(CIMObjectPath, KeyListOfAOneKeyPathOutlivesThePath)
     q.set(String("h"), CIMNamespaceName("root"), CIMName("A"), first);
     EXPECT_EQ(first[0].getValue(), "1");
     EXPECT_EQ(text(q), "//h/root:A.k=\"1\"");
+
+    // The text of the key's value, the last thing left of its path, is
+    // rewritten within its length and then grown past it.
+    String value;
+    {
+        CIMObjectPath p("//h/root:A.k=\"abc\"");
+        value = p.getKeyBindings()[0].getValue();
+        String other = value;
+        other.append(Char16('d'));
+        EXPECT_EQ(other, "abcd");
+    }
+    EXPECT_EQ(value, "abc");
+    value.clear();
+    value.append(String("xyz"));
+    value.append(Char16('!'));
+    EXPECT_EQ(value, "xyz!");
 }
 TEST(CIMObjectPath, ParseRoundTrips)
 {

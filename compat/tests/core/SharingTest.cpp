@@ -97,22 +97,29 @@ TEST(Sharing, NamesMadeConcurrentlyFromTheSameTextsAgree)
         EXPECT_EQ(failures[t], 0) << "thread " << t;
 }
 
-// The last of a one-key path and the copies of its key list to go frees
-// what they share, whichever thread drops it.
+// The last of a one-key path, the copies of its key list and of its key's
+// value to go frees what they share, whichever thread drops it.
 TEST(Sharing, APathAndItsKeyListsDroppedOnDifferentThreads)
 {
     for (int round = 0; round < 200; round++)
     {
         CIMObjectPath* path = new CIMObjectPath(String("//h/root:A.k=\"v\""));
         std::vector<Array<CIMKeyBinding>> lists(4, path->getKeyBindings());
+        std::vector<String> values(lists.size(), path->getKeyBindings()[0].getValue());
         std::vector<int> failures(lists.size(), 0);
         std::vector<std::thread> pool;
         for (size_t t = 0; t < lists.size(); t++)
-            pool.emplace_back([&lists, &failures, t]()
+            pool.emplace_back([&lists, &values, &failures, t]()
             {
                 Array<CIMKeyBinding> mine;
                 mine.swap(lists[t]);
                 if (mine.size() != 1 || mine[0].getValue() != "v")
+                    failures[t]++;
+                mine.clear();
+                String value;
+                std::swap(value, values[t]);
+                value.append(Char16('w'));
+                if (value != "vw")
                     failures[t]++;
             });
         delete path;
