@@ -18,6 +18,7 @@
 #include <cctype>
 #include <cstdio>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
@@ -185,6 +186,14 @@ void refuse(httplib::Response& res, int status)
     res.set_header("Connection", "close");
 }
 
+std::string spoolDirectoryOf(const ServerOptions& options)
+{
+    if (!options.spoolDirectory.empty())
+        return options.spoolDirectory;
+    const char* tmp = std::getenv("TMPDIR");
+    return tmp && *tmp ? tmp : "/tmp";
+}
+
 } // namespace
 
 HttpFrontEnd::HttpFrontEnd(const ServerOptions& options, CIMOperations& target,
@@ -193,7 +202,8 @@ HttpFrontEnd::HttpFrontEnd(const ServerOptions& options, CIMOperations& target,
     : _options(options), _hostName(narrow(hostName)), _processor(target, hostName, 0, &pull),
       _passwords(passwords), _logger(logger),
       _throttle(options.maxLoginFailures, std::chrono::minutes(1)),
-      _slots(options.workerCount), _trimmer(TRIM_QUIET)
+      _slots(options.workerCount), _trimmer(TRIM_QUIET),
+      _spoolDirectory(spoolDirectoryOf(options))
 {
 }
 
@@ -440,11 +450,15 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
 std::shared_ptr<BufferedAnswerBody> HttpFrontEnd::runBuffered(Answer& state,
     std::unique_ptr<RequestSlots::Hold>& slot)
 {
-    auto body = std::make_shared<BufferedAnswerBody>();
+    auto body = std::make_shared<BufferedAnswerBody>(_spoolDirectory);
     Uint32 code = _processor.run(state.call, state.context, *body);
     slot.reset();
     state.call = CimXmlRequestProcessor::Call();
     logAnswer(state, 200, code, std::string());
+    if (!body->spoolFailure().empty())
+        _logger.warning("answer of " + std::to_string(body->size()) + " bytes held in memory: " +
+            "cannot write to spool directory \"" + logText(_spoolDirectory) + "\": " +
+            body->spoolFailure());
     return body;
 }
 

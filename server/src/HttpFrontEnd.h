@@ -134,6 +134,7 @@ private:
     LoginThrottle _throttle;
     RequestSlots _slots;
     MemoryTrimmer _trimmer;
+    const std::string _spoolDirectory;
 
     std::unique_ptr<CimHttpServer> _http;
     std::unique_ptr<CimHttpServer> _https;

@@ -62,6 +62,9 @@ CommandLine parseCommandLine(int argc, char** argv)
     app.add_option("--host-name", o.hostName, "host name in object paths (default: this machine's)");
     app.add_option("--max-request-bytes", o.maxRequestBytes, "largest request body accepted")
         ->capture_default_str();
+    app.add_option("--spool-dir", o.spoolDirectory,
+        "directory where large answers sent with Content-Length wait to be sent "
+        "(default: $TMPDIR, else /tmp)");
     app.add_option("--header-timeout", o.headerTimeoutSeconds,
         "seconds a client may take for the TLS handshake and for the headers of one request")
         ->capture_default_str()->check(CLI::Range(1, 3600));

@@ -1,6 +1,7 @@
 // The HTTP side of cimhost: authentication, the local socket's trust of the
 // peer's uid, HTTP-level errors, slow clients, M-POST and keep-alive, and
 // chunked answers with trailers.
+#include "BufferedAnswerBody.h"
 #include "PasswordFile.h"
 #include "TestServer.h"
 #include "support/HttpConnection.h"
@@ -16,10 +17,12 @@
 #include <chrono>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <netinet/in.h>
 #include <poll.h>
 #include <pwd.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <thread>
 #include <vector>
@@ -614,9 +617,16 @@ std::string enumerateCall(const char* method, const char* className)
 }
 
 // Large enumerations: chunked with "TE: trailers", Content-Length without,
-// the same document either way.
+// the same document either way. A large Content-Length answer waits in an
+// unnamed spool file, or in memory when the spool directory is unusable.
 TEST_F(HttpTest, LargeAnswersAreChunkedOnlyForClientsThatAcceptTrailers)
 {
+    ASSERT_EQ(0, ::mkdir((tmp + "/spool").c_str(), 0700));
+    restart([&](cimhost::ServerOptions& o) {
+        o.spoolDirectory = tmp + "/spool";
+        o.logFile = tmp + "/cimhost.log";
+        o.logLevel = "warning";
+    });
     cimhost::PasswordFile(tmp + "/passwd").setPassword("many", "pw");
     struct Case
     {
@@ -624,7 +634,8 @@ TEST_F(HttpTest, LargeAnswersAreChunkedOnlyForClientsThatAcceptTrailers)
         const char* element;
         size_t count;
     };
-    for (const Case& c : {Case{"EnumerateInstances", "<VALUE.NAMEDINSTANCE>", 3000},
+    std::string spooledBody;
+    for (const Case& c : {Case{"EnumerateInstances", "<VALUE.NAMEDINSTANCE>", 4000},
              Case{"EnumerateInstanceNames", "<INSTANCENAME ", 250}})
     {
         SCOPED_TRACE(c.method);
@@ -650,8 +661,30 @@ TEST_F(HttpTest, LargeAnswersAreChunkedOnlyForClientsThatAcceptTrailers)
         if (std::string(c.method) == "EnumerateInstances")
         {
             EXPECT_GT(chunked.chunks, 1u);
+            EXPECT_GT(whole.body.size(), cimhost::BufferedAnswerBody::MEMORY_BYTES);
+            spooledBody = whole.body;
         }
     }
+    EXPECT_EQ(0u, ::rmdir((tmp + "/spool").c_str())) << "a spool file was left behind";
+
+    restart([&](cimhost::ServerOptions& o) {
+        o.spoolDirectory = tmp + "/spool";
+        o.logFile = tmp + "/cimhost.log";
+        o.logLevel = "warning";
+    });
+    e2e::HttpConnection conn(port);
+    e2e::HttpAnswer inMemory;
+    ASSERT_TRUE(conn.roundTrip(e2e::HttpConnection::cimRequest("EnumerateInstances",
+        "root%2Ftest", enumerateCall("EnumerateInstances", "Test_Chunk"), "many", "pw", false),
+        inMemory));
+    EXPECT_EQ(200, inMemory.status);
+    EXPECT_EQ(spooledBody, inMemory.body);
+    server.reset();
+    std::ifstream in(tmp + "/cimhost.log");
+    std::string log((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_NE(std::string::npos, log.find(" WARNING answer of " +
+        std::to_string(spooledBody.size()) + " bytes held in memory: cannot write to spool "
+        "directory \"" + tmp + "/spool\": No such file or directory\n")) << log;
 }
 
 // A failure after the first chunk left: the document is finished without

@@ -151,7 +151,7 @@ public:
             (mode == "many" || mode == "manyfail"))
         {
             // A large answer; "manyfail" fails after every object went out.
-            for (Uint32 n = 0; n < 3000; n++)
+            for (Uint32 n = 0; n < 4000; n++)
             {
                 CIMInstance inst(CIMName("Test_Chunk"));
                 inst.addProperty(CIMProperty(CIMName("N"), n));
