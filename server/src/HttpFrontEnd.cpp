@@ -88,14 +88,24 @@ std::string answerFields(const CimXmlHttpResponse& answer, Set set)
     return contentType;
 }
 
-// Text from the client as it goes into a log line: quotes, backslashes,
-// control characters and bytes of invalid UTF-8 escaped, so that nothing a
-// client sends can end a line or forge another one.
-std::string logText(const std::string& text)
+// Appends text from the client as it goes into a log line: quotes,
+// backslashes, control characters and bytes of invalid UTF-8 escaped, so
+// that nothing a client sends can end a line or forge another one.
+void appendLogText(std::string& out, const std::string& text)
 {
+    bool plain = true;
+    for (unsigned char c : text)
+        if (c < 0x20 || c >= 0x7F || c == '"' || c == '\\')
+        {
+            plain = false;
+            break;
+        }
+    if (plain)
+    {
+        out += text;
+        return;
+    }
     bool utf8 = XmlReader::isValidUtf8(text.data(), text.size());
-    std::string out;
-    out.reserve(text.size());
     for (unsigned char c : text)
     {
         if (c == '"' || c == '\\')
@@ -112,6 +122,13 @@ std::string logText(const std::string& text)
         else
             out += static_cast<char>(c);
     }
+}
+
+std::string logText(const std::string& text)
+{
+    std::string out;
+    out.reserve(text.size());
+    appendLogText(out, text);
     return out;
 }
 
@@ -621,14 +638,32 @@ void HttpFrontEnd::logAnswer(const Answer& answer, Uint32 status, Uint32 code,
         return;
     long ms = static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(
         std::chrono::steady_clock::now() - answer.started).count());
-    std::string line = answer.ip + " user \"" + logText(answer.user) + "\" " + answer.method +
-        " " + logText(answer.cimMethod) + " " + logText(answer.cimObject) + " -> " +
-        std::to_string(status);
+    std::string line;
+    line.reserve(96 + answer.user.size() + answer.cimMethod.size() + answer.cimObject.size());
+    line += answer.ip;
+    line += " user \"";
+    appendLogText(line, answer.user);
+    line += "\" ";
+    line += answer.method;
+    line += ' ';
+    appendLogText(line, answer.cimMethod);
+    line += ' ';
+    appendLogText(line, answer.cimObject);
+    line += " -> ";
+    line += std::to_string(status);
     if (code)
-        line += " CIM error " + std::to_string(code);
+    {
+        line += " CIM error ";
+        line += std::to_string(code);
+    }
     if (!cimError.empty())
-        line += " CIMError " + cimError;
-    line += " (" + std::to_string(ms) + " ms)";
+    {
+        line += " CIMError ";
+        line += cimError;
+    }
+    line += " (";
+    line += std::to_string(ms);
+    line += " ms)";
     _logger.log(level, line);
 }
 

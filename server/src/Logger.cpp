@@ -100,17 +100,29 @@ void Logger::log(LogLevel level, const std::string& message)
     if (!enabled(level))
         return;
     std::lock_guard<std::mutex> lock(_mutex);
-    char stamp[32];
     std::time_t now = std::time(nullptr);
-    std::tm tm;
-    gmtime_r(&now, &tm);
-    std::strftime(stamp, sizeof(stamp), "%Y-%m-%dT%H:%M:%SZ", &tm);
-    std::string line = std::string(stamp) + " " + names[static_cast<int>(level)] + " " + message + "\n";
+    if (now != _stampTime)
+    {
+        std::tm tm;
+        gmtime_r(&now, &tm);
+        std::strftime(_stamp, sizeof(_stamp), "%Y-%m-%dT%H:%M:%SZ", &tm);
+        _stampTime = now;
+    }
+    std::string& line = _line;
+    line.assign(_stamp);
+    line += ' ';
+    line += names[static_cast<int>(level)];
+    line += ' ';
+    line += message;
+    line += '\n';
     if (_ownsFile && _maxBytes > 0 && _size > 0 && _size + line.size() > _maxBytes)
         rotate();
     std::fwrite(line.data(), 1, line.size(), _file);
     std::fflush(_file);
     _size += line.size();
+    // A very long line does not keep its room.
+    if (line.capacity() > 4096)
+        std::string().swap(line);
 }
 
 } // namespace cimhost

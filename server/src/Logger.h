@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <mutex>
+#include <ctime>
 #include <string>
 
 namespace cimhost
@@ -60,6 +61,11 @@ private:
     std::uint64_t _maxBytes = 0;
     unsigned _keep = 0;
     std::uint64_t _size = 0;
+    // The time stamp of the last line, made again only when the second
+    // changes; and the line being written, whose room is kept.
+    std::time_t _stampTime = -1;
+    char _stamp[32] = {};
+    std::string _line;
 };
 
 } // namespace cimhost

@@ -11,6 +11,7 @@
 #include <Pegasus/Common/String.h>
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/InternalException.h>
+#include "NameTable.h"
 #include "StringRep.h"
 
 PEGASUS_NAMESPACE_BEGIN
@@ -178,16 +179,33 @@ inline Uint32 checkedLength(const char* str)
     return Uint32(std::strlen(str));
 }
 
-// Appends the UTF-8 encoding of n units to out.
-void encodeUTF8(const Uint16* p, Uint32 n, std::string& out)
+// Bytes of the UTF-8 encoding of n units: a surrogate pair is one character
+// of four bytes, a lone surrogate is encoded as it stands, in three.
+size_t utf8Length(const Uint16* p, Uint32 n)
 {
-    out.reserve(out.size() + n);
+    size_t bytes = n;
+    for (Uint32 i = 0; i < n; i++)
+    {
+        Uint32 c = p[i];
+        if (c < 0x80)
+            continue;
+        bytes += c < 0x800 ? 1 : 2;
+        if (c >= 0xD800 && c <= 0xDBFF && i + 1 < n && p[i + 1] >= 0xDC00 && p[i + 1] <= 0xDFFF)
+            i++;
+    }
+    return bytes;
+}
+
+// Writes the UTF-8 encoding of n units at d (utf8Length bytes); returns the
+// end.
+char* encodeUTF8(const Uint16* p, Uint32 n, char* d)
+{
     for (Uint32 i = 0; i < n; i++)
     {
         Uint32 c = p[i];
         if (c < 0x80)
         {
-            out.push_back(char(c));
+            *d++ = char(c);
             continue;
         }
         if (c >= 0xD800 && c <= 0xDBFF && i + 1 < n &&
@@ -198,23 +216,24 @@ void encodeUTF8(const Uint16* p, Uint32 n, std::string& out)
         }
         if (c < 0x800)
         {
-            out.push_back(char(0xC0 | (c >> 6)));
-            out.push_back(char(0x80 | (c & 0x3F)));
+            *d++ = char(0xC0 | (c >> 6));
+            *d++ = char(0x80 | (c & 0x3F));
         }
         else if (c < 0x10000)
         {
-            out.push_back(char(0xE0 | (c >> 12)));
-            out.push_back(char(0x80 | ((c >> 6) & 0x3F)));
-            out.push_back(char(0x80 | (c & 0x3F)));
+            *d++ = char(0xE0 | (c >> 12));
+            *d++ = char(0x80 | ((c >> 6) & 0x3F));
+            *d++ = char(0x80 | (c & 0x3F));
         }
         else
         {
-            out.push_back(char(0xF0 | (c >> 18)));
-            out.push_back(char(0x80 | ((c >> 12) & 0x3F)));
-            out.push_back(char(0x80 | ((c >> 6) & 0x3F)));
-            out.push_back(char(0x80 | (c & 0x3F)));
+            *d++ = char(0xF0 | (c >> 18));
+            *d++ = char(0x80 | ((c >> 12) & 0x3F));
+            *d++ = char(0x80 | ((c >> 6) & 0x3F));
+            *d++ = char(0x80 | (c & 0x3F));
         }
     }
+    return d;
 }
 
 int compareUnits(const Uint16* a, Uint32 na, const Uint16* b, Uint32 nb, bool noCase)
@@ -480,10 +499,16 @@ const Char16* String::getChar16Data() const
 
 CString String::getCString() const
 {
-    std::string out;
-    encodeUTF8(_rep->data, _rep->size, out);
-    char* p = new char[out.size() + 1];
-    std::memcpy(p, out.c_str(), out.size() + 1);
+    // An interned name keeps its bytes beside it.
+    if (NameTable::interned(_rep))
+    {
+        char* p = new char[_rep->size + 1];
+        std::memcpy(p, NameTable::bytesOf(_rep), _rep->size);
+        p[_rep->size] = 0;
+        return CString(p);
+    }
+    char* p = new char[utf8Length(_rep->data, _rep->size) + 1];
+    *encodeUTF8(_rep->data, _rep->size, p) = 0;
     return CString(p);
 }
 

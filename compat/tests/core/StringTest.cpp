@@ -2,6 +2,7 @@
 // the boundary rules of find, subString, remove and operator[].
 #include <sstream>
 #include <gtest/gtest.h>
+#include <Pegasus/Common/CIMName.h>
 #include <Pegasus/Common/String.h>
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/InternalException.h>
@@ -19,6 +20,14 @@ TEST(String, Utf8InputCountsUtf16Units)
     EXPECT_EQ(Uint16(s[1]), 0xD834);
     EXPECT_EQ(Uint16(s[2]), 0xDD1E);
     EXPECT_STREQ((const char*)s.getCString(), "\xC3\xA9\xF0\x9D\x84\x9E!");
+
+    // Back to UTF-8: three-byte characters, and lone surrogates written as
+    // they stand; an interned name from its own bytes.
+    const Char16 units[] = {0x20AC, 0xD834, 'x', 0xDD1E, 0x7FF, 0xD834, 0};
+    EXPECT_STREQ((const char*)String(units).getCString(),
+        "\xE2\x82\xAC\xED\xA0\xB4x\xED\xB4\x9E\xDF\xBF\xED\xA0\xB4");
+    EXPECT_STREQ((const char*)CIMName("InstanceID").getString().getCString(), "InstanceID");
+    EXPECT_STREQ((const char*)String().getCString(), "");
 }
 
 TEST(String, InvalidUtf8AndNullPointerThrow)

@@ -5,11 +5,14 @@ PEGASUS_NAMESPACE_BEGIN
 namespace
 {
 
-std::string lowerUtf8(const String& s)
+// Names compare without regard to ASCII case.
+void appendLowerUtf8(std::string& key, const String& s)
 {
-    String copy(s);
-    copy.toLower();
-    return std::string((const char*)copy.getCString());
+    size_t start = key.size();
+    key += (const char*)s.getCString();
+    for (size_t i = start; i < key.size(); i++)
+        if (key[i] >= 'A' && key[i] <= 'Z')
+            key[i] = char(key[i] - 'A' + 'a');
 }
 
 std::string cacheKey(
@@ -20,9 +23,11 @@ std::string cacheKey(
     Boolean includeClassOrigin,
     const CIMPropertyList& propertyList)
 {
-    std::string key = lowerUtf8(nameSpace.getString());
+    std::string key;
+    key.reserve(64);
+    appendLowerUtf8(key, nameSpace.getString());
     key += '\n';
-    key += lowerUtf8(className.getString());
+    appendLowerUtf8(key, className.getString());
     key += '\n';
     key += localOnly ? '1' : '0';
     key += includeQualifiers ? '1' : '0';
@@ -37,7 +42,7 @@ std::string cacheKey(
         for (Uint32 i = 0; i < propertyList.size(); i++)
         {
             key += '\n';
-            key += lowerUtf8(propertyList[i].getString());
+            appendLowerUtf8(key, propertyList[i].getString());
         }
     }
     return key;
