@@ -21,7 +21,7 @@ class BufferedAnswerBody : public Pegasus::CimXmlBodySink
 public:
     static constexpr size_t BLOCK_BYTES = 256 * 1024;
     // Bytes kept in memory before the body moves to a file.
-    static constexpr size_t MEMORY_BYTES = 1024 * 1024;
+    static constexpr size_t MEMORY_BYTES = 4 * 1024 * 1024;
 
     // spoolDirectory: where the file of a large body is made; empty: the
     // body stays in memory. memoryBytes: at least BLOCK_BYTES.

@@ -467,7 +467,7 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
 std::shared_ptr<BufferedAnswerBody> HttpFrontEnd::runBuffered(Answer& state,
     std::unique_ptr<RequestSlots::Hold>& slot)
 {
-    auto body = std::make_shared<BufferedAnswerBody>(_spoolDirectory);
+    auto body = std::make_shared<BufferedAnswerBody>(_spoolDirectory, _options.spoolAfterBytes);
     Uint32 code = _processor.run(state.call, state.context, *body);
     slot.reset();
     state.call = CimXmlRequestProcessor::Call();

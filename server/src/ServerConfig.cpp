@@ -65,6 +65,9 @@ CommandLine parseCommandLine(int argc, char** argv)
     app.add_option("--spool-dir", o.spoolDirectory,
         "directory where large answers sent with Content-Length wait to be sent "
         "(default: $TMPDIR, else /tmp)");
+    app.add_option("--spool-after", o.spoolAfterBytes,
+        "size past which such an answer moves to the spool directory (at least 262144)")
+        ->capture_default_str();
     app.add_option("--header-timeout", o.headerTimeoutSeconds,
         "seconds a client may take for the TLS handshake and for the headers of one request")
         ->capture_default_str()->check(CLI::Range(1, 3600));

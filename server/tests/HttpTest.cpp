@@ -624,6 +624,7 @@ TEST_F(HttpTest, LargeAnswersAreChunkedOnlyForClientsThatAcceptTrailers)
     ASSERT_EQ(0, ::mkdir((tmp + "/spool").c_str(), 0700));
     restart([&](cimhost::ServerOptions& o) {
         o.spoolDirectory = tmp + "/spool";
+        o.spoolAfterBytes = cimhost::BufferedAnswerBody::BLOCK_BYTES;
         o.logFile = tmp + "/cimhost.log";
         o.logLevel = "warning";
     });
@@ -661,7 +662,7 @@ TEST_F(HttpTest, LargeAnswersAreChunkedOnlyForClientsThatAcceptTrailers)
         if (std::string(c.method) == "EnumerateInstances")
         {
             EXPECT_GT(chunked.chunks, 1u);
-            EXPECT_GT(whole.body.size(), cimhost::BufferedAnswerBody::MEMORY_BYTES);
+            EXPECT_GT(whole.body.size(), 2 * cimhost::BufferedAnswerBody::BLOCK_BYTES);
             spooledBody = whole.body;
         }
     }
@@ -669,6 +670,7 @@ TEST_F(HttpTest, LargeAnswersAreChunkedOnlyForClientsThatAcceptTrailers)
 
     restart([&](cimhost::ServerOptions& o) {
         o.spoolDirectory = tmp + "/spool";
+        o.spoolAfterBytes = cimhost::BufferedAnswerBody::BLOCK_BYTES;
         o.logFile = tmp + "/cimhost.log";
         o.logLevel = "warning";
     });

@@ -88,8 +88,11 @@ struct ServerOptions
     // Largest request body accepted, in bytes.
     size_t maxRequestBytes = 32u * 1024u * 1024u;
     // Directory of the unnamed files that hold large answers sent with
-    // Content-Length until they are sent; empty: $TMPDIR, else /tmp.
+    // Content-Length until they are sent; empty: $TMPDIR, else /tmp. An
+    // answer moves there once it is larger than spoolAfterBytes (at least
+    // 256 KiB).
     std::string spoolDirectory;
+    size_t spoolAfterBytes = 4u * 1024u * 1024u;
     // Seconds a client may take for the TLS handshake and for the headers
     // of one request, and then for its body.
     int headerTimeoutSeconds = 10;
