@@ -9,7 +9,8 @@
 //   - GetInstance throughput of 8 keep-alive clients;
 //   - a pull enumeration in pages of 500 (when the server offers it);
 //   - the server's peak resident memory during each enumeration, its peak
-//     over the whole run and its resident memory after the run.
+//     over the whole run and its resident memory two seconds after the run
+//     (a server may give memory back once it has been quiet for a while).
 //
 // The servers take turns, round after round (--rounds), and each figure is
 // the median over the rounds, so that a slow spell of a shared machine does
@@ -378,6 +379,7 @@ Figures measure(const std::string& binary, const std::string& preload,
         f.pull = pullWalk(fresh, s, f.jobs);
         f.peakKb = std::max(std::max(f.peakChunkedKb, f.peakLengthKb),
             procStatusKb(pid, "VmHWM:"));
+        std::this_thread::sleep_for(std::chrono::seconds(2));
         f.rssAfterKb = procStatusKb(pid, "VmRSS:");
         if (server.stop() != 0)
             f.failure = "cimhost did not stop cleanly";
@@ -552,7 +554,7 @@ int main(int argc, char** argv)
     memoryRow("peak memory, EnumerateInstances TE", all, &Figures::peakChunkedKb);
     memoryRow("peak memory, EnumerateInstances C-L", all, &Figures::peakLengthKb);
     memoryRow("peak memory, whole run", all, &Figures::peakKb);
-    memoryRow("resident memory after the run", all, &Figures::rssAfterKb);
+    memoryRow("resident memory 2 s after the run", all, &Figures::rssAfterKb);
     int status = 0;
     for (size_t i = 0; i < binaries.size(); i++)
         if (!all[i].failure.empty())

@@ -219,7 +219,7 @@ HttpFrontEnd::HttpFrontEnd(const ServerOptions& options, CIMOperations& target,
     : _options(options), _hostName(narrow(hostName)), _processor(target, hostName, 0, &pull),
       _passwords(passwords), _logger(logger),
       _throttle(options.maxLoginFailures, std::chrono::minutes(1)),
-      _slots(options.workerCount), _trimmer(TRIM_QUIET),
+      _slots(options.workerCount), _trimmer(TRIM_QUIET, TRIM_AFTER_BYTES),
       _spoolDirectory(spoolDirectoryOf(options))
 {
 }
@@ -441,8 +441,7 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
                 state->call = CimXmlRequestProcessor::Call();
                 sink.done();
                 logAnswer(*state, 200, code, std::string());
-                if (body.bytes() >= TRIM_AFTER_BYTES)
-                    _trimmer.largeAnswerEnded();
+                _trimmer.answered(body.bytes());
                 return body.ok();
             });
         return;
@@ -461,7 +460,7 @@ void HttpFrontEnd::handle(const httplib::Request& req, httplib::Response& res)
             size_t n = body->read(offset, data, length);
             return n > 0 && sink.write(data, n);
         },
-        [this, body](bool) { bufferedAnswerSent(*body); });
+        [body](bool) { body->discard(); });
 }
 
 std::shared_ptr<BufferedAnswerBody> HttpFrontEnd::runBuffered(Answer& state,
@@ -472,19 +471,12 @@ std::shared_ptr<BufferedAnswerBody> HttpFrontEnd::runBuffered(Answer& state,
     slot.reset();
     state.call = CimXmlRequestProcessor::Call();
     logAnswer(state, 200, code, std::string());
+    _trimmer.answered(body->size());
     if (!body->spoolFailure().empty())
         _logger.warning("answer of " + std::to_string(body->size()) + " bytes held in memory: " +
             "cannot write to spool directory \"" + logText(_spoolDirectory) + "\": " +
             body->spoolFailure());
     return body;
-}
-
-void HttpFrontEnd::bufferedAnswerSent(BufferedAnswerBody& body)
-{
-    size_t size = body.size();
-    body.discard();
-    if (size >= TRIM_AFTER_BYTES)
-        _trimmer.largeAnswerEnded();
 }
 
 std::shared_ptr<HttpFrontEnd::Answer> HttpFrontEnd::newAnswer(const std::string& method,
@@ -596,7 +588,7 @@ bool HttpFrontEnd::answerPlain(const RequestHead& head, const std::string& body,
             return true;
         }
         out.blocks = sink;
-        out.sent = [this, sink] { bufferedAnswerSent(*sink); };
+        out.sent = [sink] { sink->discard(); };
     }
     catch (...)
     {

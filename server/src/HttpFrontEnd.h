@@ -92,8 +92,8 @@ private:
         Pegasus::CimXmlRequestProcessor::Call call;
     };
 
-    // Memory freed by answers this large goes back to the system once the
-    // server has sent none for TRIM_QUIET.
+    // Memory freed by answers goes back to the system once they come to
+    // this many bytes and the server has been quiet for TRIM_QUIET.
     static constexpr size_t TRIM_AFTER_BYTES = 4 * 1024 * 1024;
     static constexpr std::chrono::milliseconds TRIM_QUIET{1000};
 
@@ -114,12 +114,9 @@ private:
     void logAnswer(const Answer& answer, Pegasus::Uint32 status, Pegasus::Uint32 code,
         const std::string& cimError);
     // Runs a prepared call into a body kept whole, gives the request's slot
-    // back and logs the answer.
+    // back, logs the answer and counts it for the trimmer.
     std::shared_ptr<BufferedAnswerBody> runBuffered(Answer& state,
         std::unique_ptr<RequestSlots::Hold>& slot);
-    // A kept body has been sent: its memory goes, and a large one is reported
-    // to the trimmer.
-    void bufferedAnswerSent(BufferedAnswerBody& body);
     void configure(CimHttpServer& server, Transport transport);
     bool checkHeaders(const httplib::Request& req, httplib::Response& res, Transport transport);
     void handle(const httplib::Request& req, httplib::Response& res);
