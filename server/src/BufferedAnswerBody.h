@@ -47,8 +47,8 @@ public:
     // Points `data` at the bytes from `offset` on; returns how many follow
     // there in one piece (at most `max`), 0 when they cannot be read.
     size_t read(size_t offset, const char*& data, size_t max);
-    // Takes the body as one string (small answers, never spooled): the
-    // block itself when there is one.
+    // Takes the body as one string (for small answers): the block itself
+    // when it is all in one.
     std::string take();
 
 private:
