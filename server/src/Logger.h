@@ -7,8 +7,8 @@
 #include <atomic>
 #include <cstdint>
 #include <cstdio>
-#include <mutex>
 #include <ctime>
+#include <mutex>
 #include <string>
 
 namespace cimhost
